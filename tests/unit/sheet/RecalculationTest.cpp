@@ -75,6 +75,44 @@ TEST(Recalculation, KindsMayChangeUnderTypedCode)
     }
 }
 
+// Neighbours with one formula are worked out together; one of them failing, or being of another kind, must
+// not show in the others.
+TEST(Recalculation, NeighboursWorkedOutTogetherStaySeparate)
+{
+    constexpr int kWidth = 90;
+    Book typed, general;
+    general.useTypedCode(false);
+    const auto at2 = [](int r, int c) { return a1Text(CellAddress{0, r, c}); };
+    for (Book* book : {&typed, &general}) {
+        book->addSheet("S");
+        for (int c = 0; c < kWidth; ++c) {
+            const std::string above = at2(0, c), next = at2(0, (c + 1) % kWidth);
+            book->setValue({0, 0, c}, 1.0 + c);
+            book->setContent({0, 1, c}, "=2*" + above + "-" + next + "*3+1");
+            book->setContent({0, 2, c}, "=EXP(-" + at2(1, c) + "/100)*SQRT(" + above + ")");
+            book->setContent({0, 3, c}, "=1/(" + above + "-5)+" + at2(2, (c + 7) % kWidth));
+            book->setContent({0, 4, c}, "=" + at2(3, c) + ">" + at2(2, c));
+            book->setContent({0, 5, c}, "=IF(" + at2(4, c) + "," + at2(3, c) + ",0)");
+            book->setContent({0, 6, c}, "=SUM(" + at2(0, c) + ":" + at2(5, c) + ")");
+        }
+    }
+    for (int run = 0; run < 40; ++run) {
+        for (int c = 0; c < kWidth; ++c) {
+            const double x = run % 5 == 3 && c == 40 ? 5.0 : run % 7 == 5 && c == 60 ? -2.0 : run + 0.37 * c;
+            for (Book* book : {&typed, &general}) book->write(book->slot({0, 0, c}), x);
+        }
+        for (Book* book : {&typed, &general}) {
+            if (run == 20) book->setValue({0, 0, 3}, "text");
+            book->calculate();
+        }
+        for (int r = 0; r < 7; ++r)
+            for (int c = 0; c < kWidth; ++c)
+                ASSERT_TRUE(identical(typed.value({0, r, c}), general.value({0, r, c})))
+                    << "run " << run << " " << at2(r, c) << " " << shown(typed.value({0, r, c})) << " and "
+                    << shown(general.value({0, r, c}));
+    }
+}
+
 /// A random formula of the cell in row r: mostly numbers, sometimes texts, errors, ranges, branches.
 std::string randomFormula(std::mt19937& draw, int r, int c, bool circles)
 {
