@@ -48,11 +48,7 @@ template <class Read>
 std::string textOrUnknown(Read&& read)
 {
     std::string text;
-    const bool known = attempt([&] {
-        host::Application* application = hostState().application.get();
-        if (!application) raise(errors::ObjectNotSet);
-        text = read(*application);
-    });
+    const bool known = attempt([&] { text = read(required(hostState().application)); });
     return known ? text : "Unknown";
 }
 
