@@ -322,7 +322,10 @@ void Package::read(const std::string& part, XmlHandler& handler)
                 fail(place(), "the file unpacks to more than the limit of " +
                                   std::to_string(limits_.expandedBytes) + " bytes");
             parser.parse(static_cast<int>(got), got == 0);
-            if (got == 0) return;
+            if (got > 0) continue;
+            if ((about.valid & ZIP_STAT_SIZE) != 0 && about.size != unpacked)
+                fail(place(), std::string("is not as long as the file says; ") + kDamaged);
+            return;
         }
     } catch (const XmlProblem& problem) {
         fail(place(), problem.text + "; " + kDamaged);
