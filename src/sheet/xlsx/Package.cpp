@@ -170,7 +170,7 @@ struct Package::Archive {
         bool twice = false;
     };
     struct Discard {
-        void operator()(zip_t* zip) const { zip_discard(zip); }
+        void operator()(zip_t* archive) const { zip_discard(archive); }
     };
 
     std::unique_ptr<zip_t, Discard> zip;

@@ -11,6 +11,7 @@ namespace
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::IsSupersetOf;
 
 const std::string kMain = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
 const std::string kTypes = "http://schemas.openxmlformats.org/officeDocument/2006/relationships/";
@@ -185,6 +186,28 @@ TEST(Reader, GoesByNamespacesNotPrefixes)
     for (char c : text) wide += {c, '\0'};
     for (const std::string& part : {text, wide})
         EXPECT_THAT(ofRows("", {{"xl/worksheets/sheet1.xml", part}}).cells, ElementsAre("A1 = 1"));
+}
+
+// Saved by a desktop program: tools/make_test_workbooks.py.
+TEST(Reader, ReadsFilesOfADesktopProgram)
+{
+    Recorder beam;
+    readWorkbook(CORVANE_TEST_DATA "/workbooks/beam.xlsx", beam);
+    EXPECT_THAT(beam.sheets, ElementsAre("Inputs", "Results & more"));
+    EXPECT_THAT(beam.names, ElementsAre("load = Inputs!$B$4"));
+    EXPECT_THAT(
+        beam.cells,
+        IsSupersetOf({"B1 = 0.05", "B5 = 45351", "B5 is a date", "B6 = 1",
+                      "C6 = 'f\xC3\xBCr \xCF\x83 < 1 & \"q\"'",
+                      "1!B2 : load*Inputs!B3^3/(3*210000000000*B1) -> 0.00457142857142857",
+                      "1!B3 : \"I = \"&TEXT(B1,\"0.00E+00\") -> 'I = 4.17E-06'", "1!B4 : 1/0 -> #DIV/0!",
+                      "1!B5 : B2<0.01 -> TRUE", "1!B6:B7 array : Inputs!B1:B2*2 -> 0.1", "1!B7 result 0.2"}));
+    EXPECT_THAT(beam.notices, IsEmpty());
+
+    Recorder filled;
+    readWorkbook(CORVANE_TEST_DATA "/workbooks/filled.xlsx", filled);
+    EXPECT_EQ(filled.cells.size(), 120U);
+    EXPECT_EQ(filled.cells.back(), "B60 : SQRT(A60)+$A$1 -> 8.74596669241483");
 }
 
 } // namespace
