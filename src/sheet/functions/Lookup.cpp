@@ -5,6 +5,7 @@
 #include <string>
 
 #include "sheet/format/Convert.h"
+#include "sheet/formula/Parser.h"
 #include "sheet/functions/Block.h"
 #include "sheet/functions/Function.h"
 
@@ -350,27 +351,11 @@ Value formulaText(Call& call)
     return text.empty() ? Value(Failure::NA) : Value(text);
 }
 
-std::string columnLetters(int number)
+std::string columnLetters(double number)
 {
-    std::string letters;
-    for (int rest = number; rest > 0; rest = (rest - 1) / 26)
-        letters.insert(letters.begin(), static_cast<char>('A' + (rest - 1) % 26));
+    std::string letters = a1Text(CellAddress{0, 0, static_cast<std::int32_t>(number) - 1});
+    letters.pop_back(); // the row, 1
     return letters;
-}
-
-/// Names with anything but letters, digits, points and underscores stand in quotes.
-std::string sheetPrefix(std::string_view name)
-{
-    bool plain = !name.empty() && !(name.front() >= '0' && name.front() <= '9');
-    std::string quoted;
-    for (const char c : name) {
-        const bool letter =
-            (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || static_cast<unsigned char>(c) >= 128;
-        plain = plain && (letter || (c >= '0' && c <= '9') || c == '_' || c == '.');
-        quoted += c;
-        if (c == '\'') quoted += c;
-    }
-    return plain || name.empty() ? std::string(name) + "!" : "'" + quoted + "'!";
 }
 
 Value address(Call& call)
@@ -387,9 +372,9 @@ Value address(Call& call)
         return Failure::Value;
     const auto r = std::to_string(static_cast<int>(row)), c = std::to_string(static_cast<int>(col));
     const auto relative = [](const std::string& n) { return n == "0" ? std::string() : "[" + n + "]"; };
-    const std::string prefix = call.given(4) ? sheetPrefix(call.text(4)) : std::string();
+    const std::string prefix = call.given(4) ? quotedSheetName(call.text(4)) + "!" : std::string();
     if (!a1) return prefix + "R" + (fixedRow ? r : relative(r)) + "C" + (fixedCol ? c : relative(c));
-    return prefix + (fixedCol ? "$" : "") + columnLetters(static_cast<int>(col)) + (fixedRow ? "$" : "") + r;
+    return prefix + (fixedCol ? "$" : "") + columnLetters(col) + (fixedRow ? "$" : "") + r;
 }
 
 Value hyperlink(Call& call) { return call.count() > 1 ? call.value(1) : call.value(0); }
