@@ -1,0 +1,42 @@
+// sheet/formula/Parser.h - formula text to tree and back.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+
+#include "sheet/formula/Tree.h"
+
+namespace varnex3::sheet
+{
+
+/// Why a text is no formula, and where (offset into the text, from 0).
+struct ParseError {
+    std::size_t position = 0;
+    std::string message;
+};
+
+using ParseResult = std::variant<Tree, ParseError>;
+
+/// Parses a formula in the file's notation (English names, comma separators), with or without "=".
+/// Relative references are taken from `here`. Texts longer than 32,767 characters and nesting deeper
+/// than 256 levels are refused; never raises and never recurses deeper than that.
+ParseResult parseFormula(std::string_view text, const CellAddress& here);
+
+/// The text of a tree as seen from `here`, with "=". A relative reference that leaves the sheet reads
+/// "#REF!".
+std::string formulaText(const Tree& tree, const CellAddress& here);
+
+/// A cell or area in A1 notation, with or without "$", without sheet; nothing for any other text.
+std::optional<Area> parseA1(std::string_view text);
+
+/// "B3" or "$B$3"; "A1:C3" for an area.
+std::string a1Text(const CellAddress& cell, bool absolute = false);
+std::string a1Text(const Area& area, bool absolute = false);
+
+/// A sheet name as written before "!", quoted where it must be.
+std::string quotedSheetName(std::string_view name);
+
+} // namespace varnex3::sheet

@@ -1,0 +1,112 @@
+// sheet/model/Book.h - a workbook in memory: sheets, cells, names, and their recalculation.
+//
+// Knows nothing of files (xlsx/ fills it through a BookBuilder) nor of the host interface (workbook/).
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "sheet/model/BookBuilder.h"
+#include "sheet/value/Value.h"
+
+namespace varnex3::sheet
+{
+
+/// A request that the model refuses (a formula that cannot be parsed, a sheet name taken, a cell
+/// outside the grid). The message says where and what; the book is as it was before.
+class BookError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// A cell in the flat store; valid until its sheet is removed.
+using Slot = std::uint32_t;
+inline constexpr Slot kNoSlot = 0xFFFFFFFFU;
+
+/// A cell whose value cannot be trusted, or that deserves a word, and why.
+struct CellRemark {
+    CellAddress cell;
+    std::string text;
+};
+
+/// What `corvane check` wants to know about a book.
+struct Inspection {
+    std::int64_t cells = 0;                   // cells with content
+    std::int64_t formulas = 0;                // among them
+    std::int64_t compared = 0;                // formula cells with a stored result
+    std::vector<CellRemark> different;        // recalculated value differs from the stored one
+    std::vector<CellRemark> unknownFunctions; // names a function that the engine does not have
+    std::vector<CellRemark> unparsable;       // a formula that is none
+    std::vector<CellRemark> unsupported;      // a feature that is not evaluated (external links, ...)
+    std::vector<CellRemark> circular;         // cells of circular references, with the path
+    std::vector<CellRemark> volatiles;        // change at every recalculation
+    std::vector<std::pair<std::string, std::string>> notices; // from the reader: where, what
+};
+
+class Book
+{
+public:
+    Book();
+    ~Book();
+    Book(const Book&) = delete;
+    Book& operator=(const Book&) = delete;
+
+    /// The builder that a reader fills an empty book through. `finishLoading` resolves names and links
+    /// formulas; values are the stored ones until the first calculation.
+    BookBuilder& builder();
+    void finishLoading();
+
+    // Sheets. Names are unique without regard to case.
+    SheetIndex addSheet(const std::string& name); // after the last one
+    void renameSheet(SheetIndex sheet, const std::string& name);
+    void removeSheet(SheetIndex sheet); // references to it become #REF!; positions after it move down
+    SheetIndex sheetCount() const;
+    const std::string& sheetName(SheetIndex sheet) const;
+    std::optional<SheetIndex> findSheet(std::string_view name) const;
+
+    /// The cells that a defined name stands for, seen from `scope` first; nothing when it names no cells.
+    std::optional<Area> namedArea(std::string_view name, std::optional<SheetIndex> scope = {}) const;
+    std::vector<std::string> names() const;
+
+    // Cells.
+    const Value& value(const CellAddress& cell) const;       // Empty where nothing is
+    const Value& storedValue(const CellAddress& cell) const; // as loaded; Empty for none
+    void setValue(const CellAddress& cell, Value value);     // replaces a formula too
+    /// Content as a user types it: "=..." is a formula, else text that reads as number or Boolean, else text.
+    void setContent(const CellAddress& cell, std::string_view content);
+    std::string content(const CellAddress& cell) const; // formula with "=", or the constant as text
+    bool hasFormula(const CellAddress& cell) const;
+    Area used(SheetIndex sheet) const;
+
+    // The fast path of repeated runs: a slot once, then plain reads and writes.
+    Slot slot(const CellAddress& cell); // makes the cell when there is none
+    const Value& read(Slot slot) const;
+    void write(Slot slot, double x);
+    /// Changes whenever slots may have become invalid (a sheet removed).
+    std::uint32_t generation() const;
+
+    // Recalculation.
+    void calculate();    // what depends on cells changed since the last time, and volatile cells
+    void calculateAll(); // every formula
+    const CalculationSettings& settings() const;
+    /// Uniform values for RAND; replaceable so that a run repeats. Null: from the clock.
+    void setRandomSource(std::function<double()> uniform);
+    void setPath(std::string path); // for CELL("filename")
+
+    /// Compares with stored results and lists what cannot be trusted. Recalculates everything.
+    Inspection inspect();
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+} // namespace varnex3::sheet

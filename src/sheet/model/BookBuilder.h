@@ -1,0 +1,55 @@
+// sheet/model/BookBuilder.h - what a file reader tells the model, cell by cell, in file order.
+//
+// The model implements it; readers know nothing else of the model.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "sheet/value/Environment.h"
+#include "sheet/value/Value.h"
+
+namespace varnex3::sheet
+{
+
+/// How a file wants its formulas calculated.
+struct CalculationSettings {
+    bool manual = false;
+    bool iterate = false;
+    int maxIterations = 100;
+    double maxChange = 0.001;
+    DateSystem dates = DateSystem::From1900;
+};
+
+class BookBuilder
+{
+public:
+    virtual ~BookBuilder() = default;
+
+    virtual SheetIndex addSheet(std::string name) = 0; // in tab order
+    virtual void settings(const CalculationSettings& settings) = 0;
+    /// A defined name with its formula text (no "="); visible in one sheet only when `scope` is given.
+    virtual void defineName(std::string name, std::optional<SheetIndex> scope, std::string formula) = 0;
+
+    virtual void constant(const CellAddress& cell, Value value) = 0;
+    /// A formula with the result that the saving program stored (Empty when none is stored).
+    virtual void formula(const CellAddress& cell, std::string_view text, Value stored) = 0;
+    /// The first cell of a group of shared formulas; `group` is the file's number within the sheet.
+    virtual void sharedMaster(const CellAddress& cell, std::uint32_t group, std::string_view text,
+                              Value stored) = 0;
+    /// A further cell of a group whose master came before.
+    virtual void sharedFollower(const CellAddress& cell, std::uint32_t group, Value stored) = 0;
+    /// An array formula over `area` (one cell for a spilling one, `spills`); stored results of the other
+    /// cells of the area follow as `arrayResult`.
+    virtual void arrayFormula(const Area& area, std::string_view text, Value stored, bool spills) = 0;
+    virtual void arrayResult(const CellAddress& cell, Value stored) = 0;
+
+    /// The number format of a cell, as its code text; told only for formats that show dates.
+    virtual void dateCell(const CellAddress& cell) = 0;
+    /// Something that the file holds and the engine does not evaluate, for the list that the user sees.
+    virtual void notice(std::string where, std::string what) = 0;
+};
+
+} // namespace varnex3::sheet
