@@ -258,7 +258,9 @@ double c_Distribution::cdf(double x)
 }
 
 /// Families with a density: the density at x, inside the limits. Families of points: the probability
-/// within half a grid step on either side of x, over the step; 0 at the first grid point.
+/// within about half a grid step on either side of x, over the step; 0 at the first grid point. The windows
+/// of neighbouring grid points meet off the middle: evenly spaced points would lie on the middles, where
+/// rounding counts them twice or not at all.
 double c_Distribution::pdf(double x, bool /*flag*/, std::optional<double> previousX)
 {
     require();
@@ -266,7 +268,8 @@ double c_Distribution::pdf(double x, bool /*flag*/, std::optional<double> previo
     if (!family_->pdf) {
         if (!previousX || !(x > *previousX)) return 0.0;
         const double step = x - *previousX;
-        return part * (cdf(x + 0.5 * step) - cdf(x - 0.5 * step)) / step;
+        constexpr double kBefore = 0.4837;
+        return part * (cdf(x + (1.0 - kBefore) * step) - cdf(x - kBefore * step)) / step;
     }
     if (x < ends_.lower || x > ends_.upper) return 0.0;
     const double density = family_->pdf(values_, x);
