@@ -246,6 +246,7 @@ std::span<const FunctionRow> logicFunctions();
 std::span<const FunctionRow> informationFunctions();
 std::span<const FunctionRow> lookupFunctions();
 std::span<const FunctionRow> matrixFunctions();
+std::span<const FunctionRow> arrayFunctions();
 std::span<const FunctionRow> aggregateFunctions();    // SUM, COUNTIF, SUMPRODUCT and the like
 std::span<const FunctionRow> statisticsFunctions();   // descriptive statistics and regression
 std::span<const FunctionRow> distributionFunctions(); // probability distributions and their inverses
