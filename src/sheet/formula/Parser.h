@@ -32,11 +32,21 @@ std::string formulaText(const Tree& tree, const CellAddress& here);
 /// A cell or area in A1 notation, with or without "$", without sheet; nothing for any other text.
 std::optional<Area> parseA1(std::string_view text);
 
-/// "B3" or "$B$3"; "A1:C3" for an area.
+/// "B3" or "$B$3"; "A1:C3" for an area, "A:C" and "1:3" for whole columns and rows.
 std::string a1Text(const CellAddress& cell, bool absolute = false);
 std::string a1Text(const Area& area, bool absolute = false);
 
 /// A sheet name as written before "!", quoted where it must be.
 std::string quotedSheetName(std::string_view name);
+
+/// What a Structured node's item specification (the text inside the outer brackets) asks for.
+struct TableItems {
+    bool headers = false, data = false, totals = false, thisRow = false;
+    std::string firstColumn, lastColumn; // escapes undone; both empty for every column of the table
+};
+
+/// Reads an item specification: "Col", "@Col", "[#This Row],[Col]", "[#Headers],[#Data],[A]:[B]", "".
+/// Nothing for any other text. `data` is set where no item is named.
+std::optional<TableItems> parseTableItems(std::string_view specification);
 
 } // namespace varnex3::sheet
