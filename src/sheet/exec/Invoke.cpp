@@ -27,10 +27,6 @@ bool convert(Value& v, Take take, DateSystem dates)
         if (!v.isText()) v = toText(v);
         return !v.isFailure();
     case Take::Scalar: return !v.isFailure();
-    case Take::Reference:
-        if (v.isReference() || v.isEmpty()) return true;
-        if (!v.isFailure()) v = Failure::Value;
-        return false;
     default: return true;
     }
 }
