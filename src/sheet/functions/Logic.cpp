@@ -138,7 +138,7 @@ constexpr FunctionRow rows[] = {
     {"NOT", {boolean()}, Trait::Pure, opposite, "the opposite of a condition", "=NOT(1>2)", "TRUE"},
     {"OR", {repeats(range())}, Trait::Pure, some, "whether any condition holds", "=OR(FALSE, 1<2)", "TRUE"},
     {"SWITCH",
-     {any(), repeats(any()), repeats(any())},
+     {any(), any(), any(), optional(repeats(any()))},
      kBranches,
      switchOver,
      "the value after the candidate that equals the first argument",
