@@ -320,7 +320,9 @@ Value isoWeek(double serial, DateSystem dates)
     const auto d = dateFromSerial(std::max(thursday, 0.0), dates);
     if (!d) return Failure::Num;
     const auto newYear = serialFromDate(d->year, 1, 1, dates);
-    return newYear ? Value(std::floor((thursday - *newYear) / 7.0) + 1.0) : Value(Failure::Num);
+    if (!newYear) return Failure::Num;
+    const double start = thursday < *newYear ? *newYear - 365.0 : *newYear; // the year before the first
+    return std::floor((thursday - start) / 7.0) + 1.0;
 }
 
 Value isoWeekNumber(Call& call)
