@@ -416,7 +416,7 @@ Value extremeIfs(Call& call)
 
 // SUBTOTAL and AGGREGATE --------------------------------------------------------------------------------
 
-struct Sample {
+struct Gathered {
     std::vector<double> numbers;
     double filled = 0.0; // cells that are not empty
 };
@@ -466,7 +466,7 @@ Value mode(const std::vector<double>& xs)
 }
 
 /// Choices 1 to 11, common to SUBTOTAL and AGGREGATE.
-Value summary(int choice, const Sample& sample)
+Value summary(int choice, const Gathered& sample)
 {
     const std::vector<double>& xs = sample.numbers;
     const auto n = static_cast<double>(xs.size());
@@ -495,7 +495,7 @@ Value summary(int choice, const Sample& sample)
 }
 
 /// Choices 12 to 19 of AGGREGATE; k is the rank, fraction or quarter of those from 14 on.
-Value orderStatistic(int choice, const Sample& sample, double k)
+Value orderStatistic(int choice, const Gathered& sample, double k)
 {
     if (choice == 13) return mode(sample.numbers);
     std::vector<double> sorted = sample.numbers;
@@ -525,7 +525,7 @@ struct Leaving {
     bool failures = false;
 };
 
-std::optional<Failure> gather(const Call& call, int i, Leaving leaving, Sample& sample)
+std::optional<Failure> gather(const Call& call, int i, Leaving leaving, Gathered& sample)
 {
     std::optional<Failure> failure;
     const auto take = [&](const Value& v) {
@@ -559,7 +559,7 @@ Value subtotal(Call& call)
     if (choice > 100.0) choice -= 100.0; // without hidden rows, of which the engine has none
     if (!(choice >= 1.0 && choice <= 11.0)) return Failure::Value;
     const bool countsOnly = choice == 2.0 || choice == 3.0;
-    Sample sample;
+    Gathered sample;
     for (int i = 1; i < call.count(); ++i)
         if (const auto failure = gather(call, i, {true, countsOnly}, sample)) return *failure;
     return summary(static_cast<int>(choice), sample);
@@ -573,7 +573,7 @@ Value aggregate(Call& call)
     if (ranked && call.count() != 4) return Failure::Value;
     const bool leavesFailures = option == 2.0 || option == 3.0 || option == 6.0 || option == 7.0;
     const bool countsOnly = choice == 2.0 || choice == 3.0;
-    Sample sample;
+    Gathered sample;
     const int last = ranked ? 3 : call.count();
     for (int i = 2; i < last; ++i)
         if (const auto failure = gather(call, i, {option <= 3.0, leavesFailures || countsOnly}, sample))

@@ -53,6 +53,14 @@ Block Block::part(std::int32_t row, std::int32_t col, std::int32_t rows, std::in
     return other;
 }
 
+Block Block::manageable() const
+{
+    constexpr double kMostCells = 16777216.0;
+    const bool whole = rows() == kMaxRows || cols() == kMaxColumns;
+    if (!isReference() || (!whole && static_cast<double>(rows()) * cols() <= kMostCells)) return *this;
+    return resized(std::max(usedRows_, 1), std::max(usedCols_, 1));
+}
+
 Value Block::value() const
 {
     if (isReference()) return Value(area_);

@@ -37,6 +37,10 @@ public:
     Block col(std::int32_t c) const { return part(0, c, rows(), 1); }
     Block part(std::int32_t row, std::int32_t col, std::int32_t rows, std::int32_t cols) const;
 
+    /// The block itself; of whole rows and columns, and where there are more than 2^24 cells, the part in
+    /// use (at least one cell). For callers that store every cell.
+    Block manageable() const;
+
     /// The block as a value: a reference when it was one, else an array or the single value.
     Value value() const;
 

@@ -443,9 +443,9 @@ Value binomDistRange(Call& call)
 Value binomInv(Call& call)
 {
     const double n = std::trunc(call.number(0)), p = call.number(1), criterion = call.number(2);
-    if (n < 0.0 || !inside(criterion) || p < 0.0 || p > 1.0) return Failure::Num;
-    if (p == 0.0 || n == 0.0) return 0.0;
-    if (p == 1.0) return n;
+    if (n < 0.0 || criterion < 0.0 || criterion > 1.0 || p < 0.0 || p > 1.0) return Failure::Num;
+    if (p == 0.0 || n == 0.0 || criterion == 0.0) return 0.0;
+    if (p == 1.0 || criterion == 1.0) return n;
     const Binomial distribution(n, p);
     double k = std::clamp(boost::math::quantile(distribution, criterion), 0.0, n);
     while (k > 0.0 && boost::math::cdf(distribution, k - 1.0) >= criterion) k -= 1.0;

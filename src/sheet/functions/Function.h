@@ -31,7 +31,8 @@ enum class Take : std::uint8_t {
     Any,       // one value of any kind, failures included
     Range,     // a reference, an array or one value, as it is; failures inside are the body's business
     Array,     // like Range, and the argument is evaluated element by element (as in an array formula)
-    Reference, // a reference whose address alone counts: its cells are no precedents of the formula
+    Reference, // a reference whose address alone counts: its cells are no precedents of the formula;
+               // any other value as it is, failures included: what to do with it is the body's business
 };
 
 struct Parameter {
@@ -246,6 +247,7 @@ std::span<const FunctionRow> logicFunctions();
 std::span<const FunctionRow> informationFunctions();
 std::span<const FunctionRow> lookupFunctions();
 std::span<const FunctionRow> matrixFunctions();
+std::span<const FunctionRow> arrayFunctions();
 std::span<const FunctionRow> aggregateFunctions();    // SUM, COUNTIF, SUMPRODUCT and the like
 std::span<const FunctionRow> statisticsFunctions();   // descriptive statistics and regression
 std::span<const FunctionRow> distributionFunctions(); // probability distributions and their inverses

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "sheet/format/Convert.h"
+#include "sheet/formula/Parser.h"
 #include "sheet/functions/Function.h"
 
 namespace varnex3::sheet
@@ -102,14 +103,6 @@ Value failureCode(Call& call)
     return Failure::NA;
 }
 
-std::string columnLetters(std::int32_t col)
-{
-    std::string letters;
-    for (std::int32_t rest = col + 1; rest > 0; rest = (rest - 1) / 26)
-        letters.insert(letters.begin(), static_cast<char>('A' + (rest - 1) % 26));
-    return letters;
-}
-
 /// "folder/[book.xlsx]Sheet1"; empty for a book that was never saved.
 std::string fileName(const Environment& environment, SheetIndex sheet)
 {
@@ -126,8 +119,7 @@ Value cellProperty(Call& call)
     Environment& environment = call.environment();
     const CellAddress cell = firstCell(call, 1).value_or(call.here());
     const std::string_view property = call.text(0);
-    if (equalTexts(property, "address"))
-        return "$" + columnLetters(cell.col) + "$" + std::to_string(cell.row + 1);
+    if (equalTexts(property, "address")) return a1Text(cell, true);
     if (equalTexts(property, "col")) return cell.col + 1;
     if (equalTexts(property, "row")) return cell.row + 1;
     if (equalTexts(property, "filename")) return fileName(environment, cell.sheet);

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "sheet/format/Convert.h"
+#include "sheet/formula/Parser.h"
 #include "sheet/functions/Block.h"
 #include "sheet/functions/Function.h"
 
@@ -147,10 +148,14 @@ bool validModes(double match, double search)
            !(match == 2.0 && std::fabs(search) == 2.0);
 }
 
+/// What a function answers that needs a reference and was given something else.
+Value noReference(const Value& v) { return v.isFailure() ? v : Value(Failure::Value); }
+
 // Searches ----------------------------------------------------------------------------------------------
 
 Value match(Call& call)
 {
+    if (call.value(1).isFailure()) return call.value(1);
     const Block cells(call, 1);
     if (!cells.isVector()) return Failure::NA;
     const Line line(cells);
@@ -163,6 +168,7 @@ Value match(Call& call)
 
 Value matchByMode(Call& call)
 {
+    if (call.value(1).isFailure()) return call.value(1);
     const Block cells(call, 1);
     const double mode = std::trunc(call.number(2)), search = std::trunc(call.number(3));
     if (!cells.isVector() || !validModes(mode, search)) return Failure::Value;
@@ -179,6 +185,7 @@ std::int32_t findInTable(const Call& call, const Line& line)
 
 Value lookupInColumn(Call& call)
 {
+    if (call.value(1).isFailure()) return call.value(1);
     const Block table(call, 1);
     const double col = std::trunc(call.number(2));
     if (!(col >= 1.0)) return Failure::Value;
@@ -189,6 +196,7 @@ Value lookupInColumn(Call& call)
 
 Value lookupInRow(Call& call)
 {
+    if (call.value(1).isFailure()) return call.value(1);
     const Block table(call, 1);
     const double row = std::trunc(call.number(2));
     if (!(row >= 1.0)) return Failure::Value;
@@ -201,6 +209,7 @@ Value lookupInRow(Call& call)
 /// the result stands in the last one.
 Value lookup(Call& call)
 {
+    if (call.value(1).isFailure()) return call.value(1);
     const Block cells(call, 1);
     const bool vertical = cells.rows() >= cells.cols();
     const Line line(vertical ? cells.col(0) : cells.row(0), vertical);
@@ -218,6 +227,7 @@ Value lookup(Call& call)
 
 Value lookupByMode(Call& call)
 {
+    if (call.value(1).isFailure()) return call.value(1);
     const Block cells(call, 1), results(call, 2);
     const double mode = std::trunc(call.number(4)), search = std::trunc(call.number(5));
     if (!cells.isVector() || !validModes(mode, search)) return Failure::Value;
@@ -235,6 +245,7 @@ Value lookupByMode(Call& call)
 Value index(Call& call)
 {
     const Value& whole = call.value(0);
+    if (whole.isFailure()) return whole;
     const double area = call.given(3) ? std::trunc(call.number(3)) : 1.0;
     const auto areas = whole.isReference() ? static_cast<double>(whole.areas().size()) : 1.0;
     if (!(area >= 1.0)) return Failure::Value;
@@ -262,8 +273,7 @@ Value choose(Call& call)
 
 Value transpose(Call& call)
 {
-    const Block whole(call, 0);
-    const Block cells = whole.resized(std::max(whole.usedRows(), 1), std::max(whole.usedCols(), 1));
+    const Block cells = Block(call, 0).manageable();
     const std::int32_t rows = cells.rows(), cols = cells.cols();
     std::vector<Value> items(static_cast<std::size_t>(rows) * static_cast<std::size_t>(cols));
     cells.runs([&](std::int32_t row, std::int32_t col, const Value* first, std::int32_t n) {
@@ -290,7 +300,7 @@ Span movedSpan(double start, double size)
 
 Value offset(Call& call)
 {
-    if (!call.value(0).isReference()) return Failure::Value;
+    if (!call.value(0).isReference()) return noReference(call.value(0));
     const Area& from = call.value(0).areas().front();
     const double height = call.given(3) ? std::trunc(call.number(3)) : from.rows();
     const double width = call.given(4) ? std::trunc(call.number(4)) : from.cols();
@@ -320,7 +330,7 @@ Value numbering(std::int32_t first, std::int32_t count, bool vertical)
 Value rowNumber(Call& call)
 {
     if (call.count() == 0) return call.here().row + 1;
-    if (!call.value(0).isReference()) return Failure::Value;
+    if (!call.value(0).isReference()) return noReference(call.value(0));
     const Area& area = call.value(0).areas().front();
     return numbering(area.row0, area.rows(), true);
 }
@@ -328,7 +338,7 @@ Value rowNumber(Call& call)
 Value columnNumber(Call& call)
 {
     if (call.count() == 0) return call.here().col + 1;
-    if (!call.value(0).isReference()) return Failure::Value;
+    if (!call.value(0).isReference()) return noReference(call.value(0));
     const Area& area = call.value(0).areas().front();
     return numbering(area.col0, area.cols(), false);
 }
@@ -338,39 +348,23 @@ Value columnTotal(Call& call) { return call.value(0).isFailure() ? call.value(0)
 
 Value areaTotal(Call& call)
 {
-    if (!call.value(0).isReference()) return Failure::Value;
+    if (!call.value(0).isReference()) return noReference(call.value(0));
     return static_cast<double>(call.value(0).areas().size());
 }
 
 Value formulaText(Call& call)
 {
-    if (!call.value(0).isReference()) return Failure::Value;
+    if (!call.value(0).isReference()) return noReference(call.value(0));
     const Area& area = call.value(0).areas().front();
     const std::string text = call.environment().formulaText({area.sheet, area.row0, area.col0});
     return text.empty() ? Value(Failure::NA) : Value(text);
 }
 
-std::string columnLetters(int number)
+std::string columnLetters(double number)
 {
-    std::string letters;
-    for (int rest = number; rest > 0; rest = (rest - 1) / 26)
-        letters.insert(letters.begin(), static_cast<char>('A' + (rest - 1) % 26));
+    std::string letters = a1Text(CellAddress{0, 0, static_cast<std::int32_t>(number) - 1});
+    letters.pop_back(); // the row, 1
     return letters;
-}
-
-/// Names with anything but letters, digits, points and underscores stand in quotes.
-std::string sheetPrefix(std::string_view name)
-{
-    bool plain = !name.empty() && !(name.front() >= '0' && name.front() <= '9');
-    std::string quoted;
-    for (const char c : name) {
-        const bool letter =
-            (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || static_cast<unsigned char>(c) >= 128;
-        plain = plain && (letter || (c >= '0' && c <= '9') || c == '_' || c == '.');
-        quoted += c;
-        if (c == '\'') quoted += c;
-    }
-    return plain || name.empty() ? std::string(name) + "!" : "'" + quoted + "'!";
 }
 
 Value address(Call& call)
@@ -387,9 +381,9 @@ Value address(Call& call)
         return Failure::Value;
     const auto r = std::to_string(static_cast<int>(row)), c = std::to_string(static_cast<int>(col));
     const auto relative = [](const std::string& n) { return n == "0" ? std::string() : "[" + n + "]"; };
-    const std::string prefix = call.given(4) ? sheetPrefix(call.text(4)) : std::string();
+    const std::string prefix = call.given(4) ? quotedSheetName(call.text(4)) + "!" : std::string();
     if (!a1) return prefix + "R" + (fixedRow ? r : relative(r)) + "C" + (fixedCol ? c : relative(c));
-    return prefix + (fixedCol ? "$" : "") + columnLetters(static_cast<int>(col)) + (fixedRow ? "$" : "") + r;
+    return prefix + (fixedCol ? "$" : "") + columnLetters(col) + (fixedRow ? "$" : "") + r;
 }
 
 Value hyperlink(Call& call) { return call.count() > 1 ? call.value(1) : call.value(0); }

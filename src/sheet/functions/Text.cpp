@@ -1,7 +1,7 @@
 // sheet/functions/Text.cpp - worksheet functions on texts.
 //
 // Texts are UTF-8 in the engine; positions and lengths count UTF-16 code units, as spreadsheets do. Reading
-// numbers from texts and number formats are in format/.
+// numbers from texts, number formats and the case of letters are in format/.
 #include <algorithm>
 #include <cmath>
 #include <optional>
@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "sheet/format/Convert.h"
+#include "sheet/format/Letters.h"
 #include "sheet/format/NumberFormat.h"
 #include "sheet/functions/Function.h"
 
@@ -31,60 +32,24 @@ bool isAscii(std::string_view s)
 bool isHighSurrogate(char16_t u) { return u >= 0xD800 && u <= 0xDBFF; }
 bool isLowSurrogate(char16_t u) { return u >= 0xDC00 && u <= 0xDFFF; }
 
-/// The code point at the start of `s` and how many bytes it takes; a byte that starts none stands for itself.
-std::pair<char32_t, std::size_t> firstPoint(std::string_view s)
-{
-    const auto byte = [&](std::size_t i) { return static_cast<char32_t>(static_cast<unsigned char>(s[i])); };
-    const char32_t lead = byte(0);
-    const std::size_t length = lead < 0x80 ? 1 : lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    if (length < 2 || lead > 0xF4 || s.size() < length) return {lead, 1};
-    char32_t point = lead & (0x7FU >> length);
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0U) != 0x80U) return {lead, 1};
-        point = point << 6U | (byte(i) & 0x3FU);
-    }
-    return {point, length};
-}
-
 void appendUnits(std::u16string& to, char32_t point)
 {
     if (point < 0x10000) {
         to += static_cast<char16_t>(point);
+    } else if (point > 0x10FFFF) {
+        to += static_cast<char16_t>(0xFFFD);
     } else {
         to += static_cast<char16_t>(0xD800 + ((point - 0x10000) >> 10U));
         to += static_cast<char16_t>(0xDC00 + ((point - 0x10000) & 0x3FFU));
     }
 }
 
-void appendBytes(std::string& to, char32_t point)
-{
-    const auto put = [&](char32_t byte) { to += static_cast<char>(static_cast<unsigned char>(byte)); };
-    if (point < 0x80) {
-        put(point);
-    } else if (point < 0x800) {
-        put(0xC0U | point >> 6U);
-        put(0x80U | (point & 0x3FU));
-    } else if (point < 0x10000) {
-        put(0xE0U | point >> 12U);
-        put(0x80U | (point >> 6U & 0x3FU));
-        put(0x80U | (point & 0x3FU));
-    } else {
-        put(0xF0U | point >> 18U);
-        put(0x80U | (point >> 12U & 0x3FU));
-        put(0x80U | (point >> 6U & 0x3FU));
-        put(0x80U | (point & 0x3FU));
-    }
-}
-
+/// Bytes that are no UTF-8 become U+FFFD.
 std::u16string unitsOf(std::string_view s)
 {
     std::u16string units;
     units.reserve(s.size());
-    while (!s.empty()) {
-        const auto [point, length] = firstPoint(s);
-        appendUnits(units, point);
-        s.remove_prefix(length);
-    }
+    for (std::size_t at = 0; at < s.size();) appendUnits(units, nextCharacter(s, at));
     return units;
 }
 
@@ -97,10 +62,10 @@ std::string textOf(std::u16string_view units)
         const char16_t u = units[i];
         if (isHighSurrogate(u) && i + 1 < units.size() && isLowSurrogate(units[i + 1])) {
             ++i;
-            appendBytes(text,
-                        0x10000U + ((static_cast<char32_t>(u) - 0xD800U) << 10U) + (units[i] - 0xDC00U));
+            appendCharacter(text,
+                            0x10000U + ((static_cast<char32_t>(u) - 0xD800U) << 10U) + (units[i] - 0xDC00U));
         } else {
-            appendBytes(text, isHighSurrogate(u) || isLowSurrogate(u) ? 0xFFFD : u);
+            appendCharacter(text, isHighSurrogate(u) || isLowSurrogate(u) ? 0xFFFD : u);
         }
     }
     return text;
@@ -122,41 +87,8 @@ Value middle(std::string_view s, double start, double count)
 
 // --- Letter case ----------------------------------------------------------------------------------------
 
-/// Capital letters first..last, every step-th, each `distance` below its small letter.
-struct CaseRange {
-    char16_t first, last;
-    int distance, step;
-};
-
-// The simple case mappings of the alphabets that have cases (Latin, Greek, Cyrillic, Armenian).
-constexpr CaseRange kCaseRanges[] = {
-    {u'A', u'Z', 32, 1},     {0x00C0, 0x00D6, 32, 1}, {0x00D8, 0x00DE, 32, 1}, {0x0100, 0x012E, 1, 2},
-    {0x0132, 0x0136, 1, 2},  {0x0139, 0x0147, 1, 2},  {0x014A, 0x0176, 1, 2},  {0x0178, 0x0178, -121, 1},
-    {0x0179, 0x017D, 1, 2},  {0x01CD, 0x01DB, 1, 2},  {0x0386, 0x0386, 38, 1}, {0x0388, 0x038A, 37, 1},
-    {0x038C, 0x038C, 64, 1}, {0x038E, 0x038F, 63, 1}, {0x0391, 0x03A1, 32, 1}, {0x03A3, 0x03AB, 32, 1},
-    {0x0400, 0x040F, 80, 1}, {0x0410, 0x042F, 32, 1}, {0x0460, 0x0480, 1, 2},  {0x048A, 0x04BE, 1, 2},
-    {0x04C1, 0x04CD, 1, 2},  {0x04D0, 0x052E, 1, 2},  {0x0531, 0x0556, 48, 1}, {0x1E00, 0x1E94, 1, 2},
-    {0x1EA0, 0x1EFE, 1, 2},  {0xFF21, 0xFF3A, 32, 1},
-};
-
-char16_t lowerUnit(char16_t u)
-{
-    for (const CaseRange& r : kCaseRanges)
-        if (u >= r.first && u <= r.last && (u - r.first) % r.step == 0)
-            return static_cast<char16_t>(u + r.distance);
-    return u;
-}
-
-char16_t upperUnit(char16_t u)
-{
-    if (u == 0x03C2) return 0x03A3; // final sigma
-    for (const CaseRange& r : kCaseRanges) {
-        const int capital = u - r.distance;
-        if (capital >= r.first && capital <= r.last && (capital - r.first) % r.step == 0)
-            return static_cast<char16_t>(capital);
-    }
-    return u;
-}
+char16_t lowerUnit(char16_t u) { return static_cast<char16_t>(lowerLetter(u)); }
+char16_t upperUnit(char16_t u) { return static_cast<char16_t>(upperLetter(u)); }
 
 /// Anything that has a case, and what lies beyond the signs of Latin-1 that has none.
 bool isLetter(char16_t u)
@@ -569,14 +501,15 @@ Value charOf(Call& call)
     auto point = static_cast<char32_t>(code);
     if (point >= 128 && point < 160 && kCodePage[point - 128] != 0) point = kCodePage[point - 128];
     std::string text;
-    appendBytes(text, point);
+    appendCharacter(text, point);
     return text;
 }
 
 Value codeOf(Call& call)
 {
     if (call.text(0).empty()) return Failure::Value;
-    const char32_t point = firstPoint(call.text(0)).first;
+    std::size_t at = 0;
+    const char32_t point = nextCharacter(call.text(0), at);
     for (int i = 0; i < 32; ++i)
         if (kCodePage[i] != 0 && kCodePage[i] == point) return 128.0 + i;
     return point < 256 ? static_cast<double>(point) : static_cast<double>('?');
@@ -589,14 +522,16 @@ Value unichar(Call& call)
     const auto point = static_cast<char32_t>(code);
     if ((point >= 0xD800 && point <= 0xDFFF) || (point & 0xFFFEU) == 0xFFFEU) return Failure::NA;
     std::string text;
-    appendBytes(text, point);
+    appendCharacter(text, point);
     return text;
 }
 
 Value unicode(Call& call)
 {
     if (call.text(0).empty()) return Failure::Value;
-    return static_cast<double>(firstPoint(call.text(0)).first);
+    std::size_t at = 0;
+    const char32_t point = nextCharacter(call.text(0), at);
+    return point > 0x10FFFF ? Value(Failure::Value) : Value(static_cast<double>(point));
 }
 
 // clang-format off

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "sheet/model/BookBuilder.h"
+#include "sheet/value/Slot.h"
 #include "sheet/value/Value.h"
 
 namespace varnex3::sheet
@@ -26,10 +27,6 @@ class BookError : public std::runtime_error
 public:
     using std::runtime_error::runtime_error;
 };
-
-/// A cell in the flat store; valid until its sheet is removed.
-using Slot = std::uint32_t;
-inline constexpr Slot kNoSlot = 0xFFFFFFFFU;
 
 /// A cell whose value cannot be trusted, or that deserves a word, and why.
 struct CellRemark {
@@ -75,6 +72,8 @@ public:
     /// The cells that a defined name stands for, seen from `scope` first; nothing when it names no cells.
     std::optional<Area> namedArea(std::string_view name, std::optional<SheetIndex> scope = {}) const;
     std::vector<std::string> names() const;
+    /// Defines a name, or changes what it means, for one sheet or for all.
+    void defineName(const std::string& name, std::optional<SheetIndex> scope, const std::string& formula);
 
     // Cells.
     const Value& value(const CellAddress& cell) const;       // Empty where nothing is
@@ -83,7 +82,10 @@ public:
     /// Content as a user types it: "=..." is a formula, else text that reads as number or Boolean, else text.
     void setContent(const CellAddress& cell, std::string_view content);
     std::string content(const CellAddress& cell) const; // formula with "=", or the constant as text
+    /// One formula over a block of cells, evaluated element by element.
+    void setArrayFormula(const Area& block, std::string_view content);
     bool hasFormula(const CellAddress& cell) const;
+    bool isDate(const CellAddress& cell) const; // its number format shows a date or time
     Area used(SheetIndex sheet) const;
 
     // The fast path of repeated runs: a slot once, then plain reads and writes.
@@ -96,6 +98,8 @@ public:
     // Recalculation.
     void calculate();    // what depends on cells changed since the last time, and volatile cells
     void calculateAll(); // every formula
+    /// False leaves all formulas to the general evaluator; results are the same. For tests and measurements.
+    void useTypedCode(bool use);
     const CalculationSettings& settings() const;
     /// Uniform values for RAND; replaceable so that a run repeats. Null: from the clock.
     void setRandomSource(std::function<double()> uniform);

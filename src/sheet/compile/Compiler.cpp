@@ -1,0 +1,534 @@
+// sheet/compile/Compiler.cpp - resolves names, folds constants, lays out lazy functions.
+#include "sheet/compile/Compiler.h"
+
+#include <algorithm>
+#include <string>
+
+#include "sheet/exec/Invoke.h"
+#include "sheet/exec/Operators.h"
+
+namespace varnex3::sheet
+{
+namespace
+{
+
+/// What the consumer of a node's value takes.
+enum class Want : std::uint8_t {
+    Scalar, // one value; in array mode one value or an array
+    Range,  // also a reference
+};
+
+/// How a node is compiled.
+struct Mode {
+    Want want = Want::Scalar;
+    bool array = false;       // element by element
+    bool addressOnly = false; // the argument of a function that looks at the address alone
+    Mode scalar() const { return {Want::Scalar, array, false}; }
+    Mode range() const { return {Want::Range, array, false}; }
+};
+
+class Compiler
+{
+public:
+    Compiler(SheetIndex ownSheet, const Scope& scope) : ownSheet_(ownSheet), scope_(scope) {}
+
+    Code run(const Tree& tree, bool array);
+
+private:
+    using Index = std::uint32_t;
+
+    void node(const Tree& tree, const Node& n, Mode mode);
+    void reference(const Tree& tree, const Node& n, Mode mode);
+    void name(const Tree& tree, const Node& n, Mode mode);
+    void unary(const Tree& tree, const Node& n, Mode mode);
+    void binary(const Tree& tree, const Node& n, Mode mode);
+    void references(const Tree& tree, const Node& n, Mode mode);
+    void call(const Tree& tree, const Node& n, Mode mode);
+    bool lazyCall(const Tree& tree, const Node& n, Mode mode, std::string_view name);
+    void ifCall(const Tree& tree, const Node& n, Mode mode);
+    void ifsCall(const Tree& tree, const Node& n, Mode mode, Index first);
+    void errorCall(const Tree& tree, const Node& n, Mode mode, bool onlyNA);
+    void chooseCall(const Tree& tree, const Node& n, Mode mode);
+    void switchCall(const Tree& tree, const Node& n, Mode mode);
+    void switchArray(const Tree& tree, const Node& n, Mode mode, Index first);
+    bool countsFit(const FunctionRow& row, Index count);
+
+    void branch(const Tree& tree, const Node& n, Index child, Mode mode);
+    void place(Place p, Mode mode);
+    void delivered(Mode mode);
+    std::optional<Place> placeOf(const Tree& tree, const Node& n);
+    std::optional<Place> spanned(const Tree& tree, const Node& n);
+
+    std::size_t emit(Op op, std::uint32_t operand = 0, std::uint8_t detail = 0, std::uint16_t count = 0)
+    {
+        code_.instructions.push_back({op, detail, count, operand});
+        return code_.instructions.size() - 1;
+    }
+    void constant(Value v)
+    {
+        code_.constants.push_back(std::move(v));
+        emit(Op::Constant, static_cast<std::uint32_t>(code_.constants.size() - 1));
+    }
+    std::uint32_t here()
+    {
+        barrier_ = code_.instructions.size();
+        return static_cast<std::uint32_t>(barrier_);
+    }
+    void target(std::size_t jump) { code_.instructions[jump].operand = here(); }
+    /// Whether the last n instructions are constants that nothing jumps between.
+    bool constants(std::size_t n) const;
+    const Value& last(std::size_t back) const
+    {
+        return code_.constants[code_.instructions[code_.instructions.size() - 1 - back].operand];
+    }
+    void fold(std::size_t n, Value v)
+    {
+        code_.instructions.resize(code_.instructions.size() - n);
+        constant(std::move(v));
+    }
+    void refuse(CodeRemark::Why why, std::string text)
+    {
+        code_.remarks.push_back({why, std::move(text)});
+        refused_ = true;
+        constant(Failure::Name);
+    }
+
+    SheetIndex ownSheet_;
+    const Scope& scope_;
+    Code code_;
+    std::size_t barrier_ = 0;
+    int nameDepth_ = 0;
+    bool refused_ = false;
+    const Node* final_ = nullptr; // the root, when it is a sum or difference
+};
+
+bool Compiler::constants(std::size_t n) const
+{
+    const auto& all = code_.instructions;
+    if (all.size() < barrier_ + n) return false;
+    return std::all_of(all.end() - static_cast<std::ptrdiff_t>(n), all.end(),
+                       [](const Instruction& in) { return in.op == Op::Constant; });
+}
+
+Code Compiler::run(const Tree& tree, bool array)
+{
+    const Node& root = tree.root();
+    if (root.kind == NodeKind::Binary && (root.op == Operator::Add || root.op == Operator::Subtract))
+        final_ = &root;
+    node(tree, root, {Want::Scalar, array, false});
+    if (refused_) {
+        code_.instructions.clear();
+        code_.constants.clear();
+        code_.places.clear();
+        code_.calls.clear();
+        constant(Failure::Name);
+        code_.isVolatile = code_.isDynamic = false;
+    }
+    emit(Op::End);
+    code_.depth = static_cast<std::uint32_t>(2 * code_.instructions.size());
+    return std::move(code_);
+}
+
+void Compiler::node(const Tree& tree, const Node& n, Mode mode)
+{
+    const auto textOf = [&](std::int32_t i) { return tree.texts[static_cast<std::size_t>(i)]; };
+    switch (n.kind) {
+    case NodeKind::Number: constant(n.number); break;
+    case NodeKind::Text: constant(Value(textOf(n.text))); break;
+    case NodeKind::Boolean: constant(n.number != 0.0); break;
+    case NodeKind::Failure: constant(n.failure); break;
+    case NodeKind::Missing: constant(Value()); break;
+    case NodeKind::Array: constant(tree.arrays[static_cast<std::size_t>(n.index)]); break;
+    case NodeKind::Reference: reference(tree, n, mode); break;
+    case NodeKind::Name: name(tree, n, mode); break;
+    case NodeKind::Structured: refuse(CodeRemark::Why::Unsupported, "structured reference"); break;
+    case NodeKind::External:
+        code_.keepsStored = true;
+        code_.remarks.push_back({CodeRemark::Why::Unsupported,
+                                 "external reference " + textOf(n.text) + "; keeps its stored value"});
+        constant(Failure::Ref);
+        break;
+    case NodeKind::Call: call(tree, n, mode); break;
+    case NodeKind::CallValue: refuse(CodeRemark::Why::Unsupported, "call of a function value"); break;
+    case NodeKind::Unary: unary(tree, n, mode); break;
+    case NodeKind::Binary: binary(tree, n, mode); break;
+    case NodeKind::RangeOperator:
+    case NodeKind::Union:
+    case NodeKind::Intersection: references(tree, n, mode); break;
+    case NodeKind::Spill: refuse(CodeRemark::Why::Unsupported, "reference to a spilled range"); break;
+    case NodeKind::Single:
+        node(tree, tree.child(n, 0), {Want::Range, false, false});
+        emit(Op::Intersect);
+        break;
+    }
+}
+
+std::optional<Place> Compiler::placeOf(const Tree& tree, const Node& n)
+{
+    Place p{n.first, n.last, n.extent, -1, -1, nameDepth_ > 0, true};
+    const auto sheet = [&](std::int32_t text) {
+        const auto found = scope_.sheetOf(tree.texts[static_cast<std::size_t>(text)]);
+        if (!found) code_.unresolved = true;
+        return found;
+    };
+    if (n.sheet >= 0) {
+        const auto first = sheet(n.sheet);
+        if (!first) return std::nullopt;
+        p.sheet = *first;
+    }
+    if (n.lastSheet >= 0) {
+        const auto last = sheet(n.lastSheet);
+        if (!last) return std::nullopt;
+        p.lastSheet = *last;
+        if (p.lastSheet < p.sheet) std::swap(p.sheet, p.lastSheet);
+    }
+    return p;
+}
+
+void Compiler::place(Place p, Mode mode)
+{
+    p.precedent = !mode.addressOnly;
+    code_.places.push_back(p);
+    const auto at = static_cast<std::uint32_t>(code_.places.size() - 1);
+    if (mode.want == Want::Range) {
+        emit(Op::Area, at);
+    } else if (p.extent == Extent::Cell && p.lastSheet < 0) {
+        emit(Op::Cell, at);
+    } else if (mode.array) {
+        emit(Op::Area, at);
+        emit(Op::Dereference);
+    } else {
+        code_.places.back().single = true;
+        emit(Op::Intersected, at);
+    }
+}
+
+void Compiler::reference(const Tree& tree, const Node& n, Mode mode)
+{
+    if (const auto p = placeOf(tree, n)) {
+        place(*p, mode);
+    } else {
+        constant(Failure::Ref);
+    }
+}
+
+/// After something that may have left a reference on top.
+void Compiler::delivered(Mode mode)
+{
+    if (mode.want == Want::Scalar) emit(mode.array ? Op::Dereference : Op::Intersect);
+}
+
+void Compiler::name(const Tree& tree, const Node& n, Mode mode)
+{
+    const std::string& text = tree.texts[static_cast<std::size_t>(n.text)];
+    SheetIndex sheet = ownSheet_;
+    code_.bySheet = true;
+    if (n.sheet >= 0) {
+        const auto found = scope_.sheetOf(tree.texts[static_cast<std::size_t>(n.sheet)]);
+        if (!found) {
+            code_.unresolved = true;
+            return constant(Failure::Ref);
+        }
+        sheet = *found;
+    }
+    const Tree* meaning = scope_.definedName(text, sheet);
+    constexpr int kDeepest = 64;
+    if (meaning == nullptr || nameDepth_ >= kDeepest) {
+        code_.unresolved = true;
+        code_.remarks.push_back(
+            {CodeRemark::Why::Unsupported, (meaning ? "circular name " : "unknown name ") + text});
+        return constant(Failure::Name);
+    }
+    ++nameDepth_;
+    const Node& root = meaning->root();
+    if (root.kind == NodeKind::Reference || root.kind == NodeKind::Name) {
+        node(*meaning, root, mode);
+    } else { // a formula behind a name is evaluated element by element
+        node(*meaning, root, {Want::Range, true, mode.addressOnly});
+        delivered(mode);
+    }
+    --nameDepth_;
+}
+
+void Compiler::unary(const Tree& tree, const Node& n, Mode mode)
+{
+    node(tree, tree.child(n, 0), mode.scalar());
+    if (constants(1)) {
+        fold(1, applyUnary(n.op, Value(last(0)), scope_.environment().dateSystem()));
+    } else {
+        emit(Op::Unary, 0, static_cast<std::uint8_t>(n.op));
+    }
+}
+
+void Compiler::binary(const Tree& tree, const Node& n, Mode mode)
+{
+    node(tree, tree.child(n, 0), mode.scalar());
+    node(tree, tree.child(n, 1), mode.scalar());
+    const bool final = &n == final_;
+    if (constants(2)) {
+        const DateSystem dates = scope_.environment().dateSystem();
+        const Value a = last(1), b = last(0);
+        fold(2, final ? applyFinalBinary(n.op, a, b, dates) : applyBinary(n.op, a, b, dates));
+    } else {
+        emit(final ? Op::FinalBinary : Op::Binary, 0, static_cast<std::uint8_t>(n.op));
+    }
+}
+
+/// One place for first:last when both ends are plain references of one sheet.
+std::optional<Place> Compiler::spanned(const Tree& tree, const Node& n)
+{
+    const Node& a = tree.child(n, 0);
+    const Node& b = tree.child(n, 1);
+    if (a.kind != NodeKind::Reference || b.kind != NodeKind::Reference || a.extent > Extent::Area ||
+        b.extent > Extent::Area)
+        return std::nullopt;
+    auto first = placeOf(tree, a);
+    const auto second = placeOf(tree, b);
+    if (!first || !second || first->lastSheet >= 0 || second->lastSheet >= 0) return std::nullopt;
+    if (second->sheet >= 0 && second->sheet != first->sheet) return std::nullopt;
+    first->last = b.extent == Extent::Cell ? second->first : second->last;
+    first->extent = Extent::Area;
+    return first;
+}
+
+void Compiler::references(const Tree& tree, const Node& n, Mode mode)
+{
+    if (n.kind == NodeKind::RangeOperator) {
+        if (const auto p = spanned(tree, n)) return place(*p, mode);
+        code_.isDynamic = true; // which cells lie between is known only when both ends are
+    }
+    Mode ends = mode.range();
+    ends.addressOnly = mode.addressOnly;
+    node(tree, tree.child(n, 0), ends);
+    for (std::uint32_t i = 1; i < n.childCount; ++i) {
+        node(tree, tree.child(n, i), ends);
+        emit(n.kind == NodeKind::RangeOperator ? Op::MakeRange
+             : n.kind == NodeKind::Union       ? Op::MakeUnion
+                                               : Op::MakeIntersection);
+    }
+    delivered(mode);
+}
+
+bool Compiler::countsFit(const FunctionRow& row, Index count)
+{
+    const ParameterList& p = row.parameters;
+    const auto n = static_cast<int>(count);
+    if (n < p.required() || n > p.most()) return false;
+    const int group = p.repeating();
+    if (group <= 1 || n <= p.count) return true;
+    const bool mayStopInside = std::any_of(p.items.begin() + (p.count - group), p.items.begin() + p.count,
+                                           [](const Parameter& q) { return q.optional; });
+    return mayStopInside || (n - p.count) % group == 0;
+}
+
+void Compiler::call(const Tree& tree, const Node& n, Mode mode)
+{
+    const std::string& name = tree.texts[static_cast<std::size_t>(n.text)];
+    const FunctionRow* row = findFunction(name);
+    if (row == nullptr) return refuse(CodeRemark::Why::UnknownFunction, name);
+    // SUM() with nothing between the parentheses parses as no argument or as one that is missing.
+    const bool none = n.childCount == 1 && tree.child(n, 0).kind == NodeKind::Missing &&
+                      row->parameters.required() == 0 && row->parameters.count == 0;
+    const Index count = none ? 0 : n.childCount;
+    if (!countsFit(*row, count))
+        return refuse(CodeRemark::Why::Unparsable, name + " does not take " + std::to_string(count) +
+                                                       (count == 1 ? " argument" : " arguments"));
+    if (has(row->traits, Trait::Volatile)) code_.isVolatile = true;
+    if (has(row->traits, Trait::Dynamic)) code_.isDynamic = true;
+    if (has(row->traits, Trait::Lazy) && lazyCall(tree, n, mode, name)) return;
+
+    CallSite site{row, count, 0};
+    bool plainNumbers = count > 0; // constants of these parameters may be worked out now
+    for (Index i = 0; i < count; ++i) {
+        const Node& child = tree.child(n, i);
+        const Take take = row->parameters.of(static_cast<int>(i)).take;
+        plainNumbers = plainNumbers && take <= Take::Boolean;
+        if (child.kind == NodeKind::Missing && i < 64) site.missing |= std::uint64_t{1} << i;
+        switch (take) {
+        case Take::Range: node(tree, child, mode.range()); break;
+        case Take::Array: node(tree, child, {Want::Range, true, false}); break;
+        case Take::Reference: node(tree, child, {Want::Range, mode.array, true}); break;
+        default: node(tree, child, mode.scalar()); break;
+        }
+    }
+    const bool fixed = (plainNumbers || name == "PI" || name == "TRUE" || name == "FALSE" || name == "NA") &&
+                       row->traits == Trait::Pure && constants(count);
+    if (fixed) {
+        std::vector<Value> arguments;
+        for (Index i = count; i > 0; --i) arguments.push_back(last(i - 1));
+        Value v = invoke(site, arguments, scope_.environment(), CellAddress{ownSheet_, 0, 0});
+        fold(count, std::move(v));
+        return;
+    }
+    code_.calls.push_back(site);
+    emit(Op::Call, static_cast<std::uint32_t>(code_.calls.size() - 1));
+    if (has(row->traits, Trait::GivesRange) || has(row->traits, Trait::Dynamic)) delivered(mode);
+}
+
+bool Compiler::lazyCall(const Tree& tree, const Node& n, Mode mode, std::string_view name)
+{
+    if (name == "IF") {
+        ifCall(tree, n, mode);
+    } else if (name == "IFS") {
+        ifsCall(tree, n, mode, 0);
+    } else if (name == "IFERROR") {
+        errorCall(tree, n, mode, false);
+    } else if (name == "IFNA") {
+        errorCall(tree, n, mode, true);
+    } else if (name == "CHOOSE") {
+        chooseCall(tree, n, mode);
+    } else if (name == "SWITCH") {
+        const Node& selector = tree.child(n, 0);
+        if (mode.array || selector.kind == NodeKind::Array) {
+            switchArray(tree, n, mode, 1);
+        } else {
+            switchCall(tree, n, mode);
+        }
+    } else {
+        return false;
+    }
+    return true;
+}
+
+/// A value that a lazy function may give: one left empty between separators is 0.
+void Compiler::branch(const Tree& tree, const Node& n, Index child, Mode mode)
+{
+    const Node& c = tree.child(n, child);
+    if (c.kind == NodeKind::Missing) {
+        constant(0.0);
+    } else {
+        node(tree, c, mode);
+    }
+}
+
+void Compiler::ifCall(const Tree& tree, const Node& n, Mode mode)
+{
+    branch(tree, n, 0, mode.scalar());
+    const std::size_t test = emit(Op::IfTest);
+    here();
+    if (n.childCount > 1) {
+        branch(tree, n, 1, mode);
+    } else {
+        constant(true);
+    }
+    const std::size_t then = emit(Op::IfThen);
+    target(test);
+    if (n.childCount > 2) {
+        branch(tree, n, 2, mode);
+    } else {
+        constant(false);
+    }
+    target(then);
+    emit(Op::IfEnd);
+}
+
+/// IFS(c1, v1, c2, v2, ...) is IF(c1, v1, IF(c2, v2, ... #N/A)).
+void Compiler::ifsCall(const Tree& tree, const Node& n, Mode mode, Index first)
+{
+    if (first + 1 >= n.childCount) return constant(Failure::NA);
+    branch(tree, n, first, mode.scalar());
+    const std::size_t test = emit(Op::IfTest);
+    here();
+    branch(tree, n, first + 1, mode);
+    const std::size_t then = emit(Op::IfThen);
+    target(test);
+    ifsCall(tree, n, mode, first + 2);
+    target(then);
+    emit(Op::IfEnd);
+}
+
+void Compiler::errorCall(const Tree& tree, const Node& n, Mode mode, bool onlyNA)
+{
+    const auto detail = static_cast<std::uint8_t>(onlyNA ? 1 : 0);
+    branch(tree, n, 0, mode.scalar());
+    const std::size_t test = emit(Op::ErrorTest, 0, detail);
+    here();
+    branch(tree, n, 1, mode.scalar());
+    emit(Op::ErrorEnd, 0, detail);
+    target(test);
+}
+
+void Compiler::chooseCall(const Tree& tree, const Node& n, Mode mode)
+{
+    branch(tree, n, 0, mode.scalar());
+    const auto count = static_cast<std::uint16_t>(n.childCount - 1);
+    if (mode.array || tree.child(n, 0).kind == NodeKind::Array) {
+        for (Index i = 1; i < n.childCount; ++i) branch(tree, n, i, {Want::Scalar, true, false});
+        emit(Op::ChooseArray, 0, 0, count);
+        return;
+    }
+    const auto table = static_cast<std::uint32_t>(code_.labels.size());
+    code_.labels.resize(code_.labels.size() + count + 1U);
+    emit(Op::Choose, table, 0, count);
+    std::vector<std::size_t> ends;
+    for (Index i = 1; i < n.childCount; ++i) {
+        code_.labels[table + i - 1] = here();
+        branch(tree, n, i, mode);
+        ends.push_back(emit(Op::Jump));
+    }
+    for (const std::size_t jump : ends) target(jump);
+    code_.labels[table + count] = here();
+}
+
+void Compiler::switchCall(const Tree& tree, const Node& n, Mode mode)
+{
+    branch(tree, n, 0, mode.scalar());
+    // A failure is the result whatever follows.
+    const std::size_t failed = emit(Op::ErrorTest);
+    here();
+    const std::size_t out = emit(Op::Jump);
+    target(failed);
+    std::vector<std::size_t> ends{out};
+    Index i = 1;
+    for (; i + 1 < n.childCount; i += 2) {
+        branch(tree, n, i, mode.scalar());
+        const std::size_t test = emit(Op::SwitchTest);
+        here();
+        branch(tree, n, i + 1, mode);
+        ends.push_back(emit(Op::Jump));
+        target(test);
+    }
+    if (i < n.childCount) {
+        branch(tree, n, i, mode);
+    } else {
+        constant(Failure::NA);
+    }
+    emit(Op::Exchange);
+    for (const std::size_t jump : ends) target(jump);
+}
+
+/// SWITCH(x, v1, r1, ...) element by element is IF(x = v1, r1, ...).
+void Compiler::switchArray(const Tree& tree, const Node& n, Mode mode, Index first)
+{
+    if (first >= n.childCount) return constant(Failure::NA);
+    if (first + 1 == n.childCount) return branch(tree, n, first, mode);
+    branch(tree, n, 0, mode.scalar());
+    branch(tree, n, first, mode.scalar());
+    emit(Op::Binary, 0, static_cast<std::uint8_t>(Operator::Equal));
+    const std::size_t test = emit(Op::IfTest);
+    here();
+    branch(tree, n, first + 1, mode);
+    const std::size_t then = emit(Op::IfThen);
+    target(test);
+    switchArray(tree, n, mode, first + 2);
+    target(then);
+    emit(Op::IfEnd);
+}
+
+} // namespace
+
+Code compileFormula(const Tree& tree, SheetIndex ownSheet, bool array, const Scope& scope)
+{
+    return Compiler(ownSheet, scope).run(tree, array);
+}
+
+Code compileUnparsable(std::string reason)
+{
+    Code code;
+    code.constants.emplace_back(Failure::Name);
+    code.instructions = {{Op::Constant, 0, 0, 0}, {}};
+    code.remarks.push_back({CodeRemark::Why::Unparsable, std::move(reason)});
+    return code;
+}
+
+} // namespace varnex3::sheet

@@ -1,0 +1,563 @@
+// sheet/compile/Typing.cpp - from stack code to three-address instructions over numbers.
+#include "sheet/compile/Typing.h"
+
+#include <cmath>
+#include <string_view>
+
+namespace varnex3::sheet
+{
+namespace
+{
+
+using Operand = TypedOperand;
+using From = TypedOperand::From;
+using Step = TypedTemplate::Step;
+
+/// Runs the stack code with operands in place of values; gives up at the first thing that is not a matter of
+/// numbers.
+class Typist
+{
+public:
+    explicit Typist(const Code& code) : code_(code) {}
+    TypedTemplate run();
+
+private:
+    struct Entry {
+        Operand operand;
+        Kind kind = Kind::Number;
+        bool isArea = false; // operand is a place whose cells are meant
+    };
+    struct Branch {
+        std::size_t otherwise = 0, end = 0; // jumps to be aimed
+        Operand result;
+        Kind kind = Kind::Number;
+    };
+
+    bool instruction(const Instruction& in);
+    bool call(const CallSite& site);
+    bool fold(const CallSite& site, TypedOp run, double start, TypedOp joining);
+    bool average(const CallSite& site);
+    bool extreme(const CallSite& site, TypedOp run);
+    bool connective(const CallSite& site, TypedOp op);
+    void binary(TypedOp op, Kind kind);
+    void sum(bool minus, bool final);
+    bool ifThen();
+    bool ifEnd();
+
+    Operand temporary() { return {From::Temporary, typed_.temporaries++}; }
+    Operand constant(double x)
+    {
+        typed_.constants.push_back(x);
+        return {From::Constant, static_cast<std::uint32_t>(typed_.constants.size() - 1)};
+    }
+    Operand read(std::uint32_t place, bool isRun)
+    {
+        typed_.readings.push_back({place, false, true, isRun});
+        return {From::Place, static_cast<std::uint32_t>(typed_.readings.size() - 1)};
+    }
+    Step& emit(TypedOp op, Operand a, Operand b = {}, Operand c = {}, Operand e = {})
+    {
+        typed_.steps.push_back({op, temporary(), a, b, c, e});
+        return typed_.steps.back();
+    }
+    std::uint32_t label()
+    {
+        barrier_ = typed_.steps.size();
+        return static_cast<std::uint32_t>(barrier_);
+    }
+    Entry pop()
+    {
+        const Entry e = stack_.back();
+        stack_.pop_back();
+        return e;
+    }
+    /// The operand as arithmetic takes it.
+    Operand arithmetic(const Entry& e)
+    {
+        if (e.operand.from == From::Place) typed_.readings[e.operand.index].allowsBoolean = true;
+        return e.operand;
+    }
+    void push(Operand o, Kind kind = Kind::Number) { stack_.push_back({o, kind, false}); }
+    /// The step that is `back` steps from the end, when it is a product that only `o` takes.
+    const Step* product(Operand o, std::size_t back) const;
+
+    const Code& code_;
+    TypedTemplate typed_;
+    std::vector<Entry> stack_;
+    std::vector<Branch> branches_;
+    std::size_t barrier_ = 0;
+};
+
+TypedTemplate Typist::run()
+{
+    if (code_.keepsStored || code_.isVolatile || code_.isDynamic) return {};
+    for (const Instruction& in : code_.instructions) {
+        if (in.op == Op::End) break;
+        if (!instruction(in)) return {};
+        if (typed_.steps.size() > 2000) return {};
+    }
+    if (stack_.size() != 1 || stack_.back().isArea) return {};
+    typed_.value = stack_.back().operand;
+    typed_.result = stack_.back().kind;
+    typed_.possible = true;
+    return std::move(typed_);
+}
+
+bool Typist::instruction(const Instruction& in)
+{
+    switch (in.op) {
+    case Op::Constant: {
+        const Value& v = code_.constants[in.operand];
+        if (!v.isNumber() && !v.isBoolean()) return false;
+        push(constant(v.number()), v.kind());
+        return true;
+    }
+    case Op::Cell:
+    case Op::Intersected:
+        if (code_.places[in.operand].lastSheet >= 0) return false;
+        push(read(in.operand, false));
+        return true;
+    case Op::Area:
+        if (code_.places[in.operand].lastSheet >= 0) return false;
+        stack_.push_back({{From::Nothing, in.operand}, Kind::Number, true});
+        return true;
+    case Op::Unary: {
+        const Entry a = pop();
+        switch (static_cast<Operator>(in.detail)) {
+        case Operator::Plus: stack_.push_back(a); return true;
+        case Operator::Negate: push(emit(TypedOp::Negate, arithmetic(a)).d); return true;
+        default: push(emit(TypedOp::Percent, arithmetic(a)).d); return true;
+        }
+    }
+    case Op::Binary:
+    case Op::FinalBinary: {
+        const bool final = in.op == Op::FinalBinary;
+        switch (static_cast<Operator>(in.detail)) {
+        case Operator::Add: sum(false, final); return true;
+        case Operator::Subtract: sum(true, final); return true;
+        case Operator::Multiply: binary(TypedOp::Multiply, Kind::Number); return true;
+        case Operator::Divide: binary(TypedOp::Divide, Kind::Number); return true;
+        case Operator::Power: binary(TypedOp::Power, Kind::Number); return true;
+        case Operator::Concat: return false;
+        default: {
+            if (stack_.back().kind != Kind::Number || stack_[stack_.size() - 2].kind != Kind::Number)
+                return false;
+            const int offset = in.detail - static_cast<int>(Operator::Equal);
+            const Entry b = pop(), a = pop();
+            push(
+                emit(static_cast<TypedOp>(static_cast<int>(TypedOp::Equal) + offset), a.operand, b.operand).d,
+                Kind::Boolean);
+            return true;
+        }
+        }
+    }
+    case Op::Call: return call(code_.calls[in.operand]);
+    case Op::IfTest: {
+        const Operand condition = arithmetic(stack_.back());
+        emit(TypedOp::JumpIfZero, condition);
+        Branch branch;
+        branch.otherwise = typed_.steps.size() - 1;
+        branches_.push_back(branch);
+        label();
+        return true;
+    }
+    case Op::IfThen: return ifThen();
+    case Op::IfEnd: return ifEnd();
+    default: return false;
+    }
+}
+
+bool Typist::ifThen()
+{
+    if (stack_.back().isArea) return false;
+    Branch& branch = branches_.back();
+    branch.kind = stack_.back().kind;
+    branch.result = emit(TypedOp::Copy, stack_.back().operand).d;
+    emit(TypedOp::Jump, {});
+    branch.end = typed_.steps.size() - 1;
+    typed_.steps[branch.otherwise].target = label();
+    return true;
+}
+
+bool Typist::ifEnd()
+{
+    const Branch branch = branches_.back();
+    branches_.pop_back();
+    const Entry second = pop();
+    if (second.isArea || second.kind != branch.kind) return false;
+    emit(TypedOp::Copy, second.operand).d = branch.result;
+    typed_.steps[branch.end].target = label();
+    stack_.resize(stack_.size() - 2);
+    push(branch.result, branch.kind);
+    return true;
+}
+
+void Typist::binary(TypedOp op, Kind kind)
+{
+    const Operand b = arithmetic(pop());
+    const Operand a = arithmetic(pop());
+    push(emit(op, a, b).d, kind);
+}
+
+const Step* Typist::product(Operand o, std::size_t back) const
+{
+    if (typed_.steps.size() < barrier_ + back) return nullptr;
+    const Step& step = typed_.steps[typed_.steps.size() - back];
+    return step.op == TypedOp::Multiply && step.d == o ? &step : nullptr;
+}
+
+/// A sum or difference, taking in the products just made: every temporary has one reader.
+void Typist::sum(bool minus, bool final)
+{
+    const Operand b = arithmetic(pop());
+    const Operand a = arithmetic(pop());
+    const auto variant = [&](TypedOp plain, TypedOp atEnd) { return final ? atEnd : plain; };
+    Step joined;
+    std::size_t taken = 0;
+    if (const Step* second = product(b, 1)) {
+        const Step* first = product(a, 2);
+        if (first != nullptr) {
+            joined = {minus ? variant(TypedOp::ProductDifference, TypedOp::FinalProductDifference)
+                            : variant(TypedOp::ProductSum, TypedOp::FinalProductSum),
+                      {},
+                      first->a,
+                      first->b,
+                      second->a,
+                      second->b};
+            taken = 2;
+        } else {
+            joined = {minus ? variant(TypedOp::SubtractProduct, TypedOp::FinalSubtractProduct)
+                            : variant(TypedOp::AddProduct, TypedOp::FinalAddProduct),
+                      {},
+                      a,
+                      second->a,
+                      second->b,
+                      {}};
+            taken = 1;
+        }
+    } else if (const Step* first = product(a, 1)) {
+        joined = {minus ? variant(TypedOp::ProductSubtract, TypedOp::FinalProductSubtract)
+                        : variant(TypedOp::ProductAdd, TypedOp::FinalProductAdd),
+                  {},
+                  first->a,
+                  first->b,
+                  b,
+                  {}};
+        taken = 1;
+    } else {
+        joined = {minus ? variant(TypedOp::Subtract, TypedOp::FinalSubtract)
+                        : variant(TypedOp::Add, TypedOp::FinalAdd),
+                  {},
+                  a,
+                  b,
+                  {},
+                  {}};
+    }
+    typed_.steps.resize(typed_.steps.size() - taken);
+    joined.d = temporary();
+    typed_.steps.push_back(joined);
+    push(joined.d);
+}
+
+bool Typist::call(const CallSite& site)
+{
+    const FunctionRow& row = *site.row;
+    const std::string_view name = row.name;
+    if (row.traits != Trait::Pure || site.count == 0) return false;
+    if (name == "SUM") return fold(site, TypedOp::SumRun, 0.0, TypedOp::Add);
+    if (name == "SUMSQ") return fold(site, TypedOp::SumSquaresRun, 0.0, TypedOp::AddProduct);
+    if (name == "MIN") return extreme(site, TypedOp::LeastRun);
+    if (name == "MAX") return extreme(site, TypedOp::GreatestRun);
+    if (name == "AND") return connective(site, TypedOp::Both);
+    if (name == "OR") return connective(site, TypedOp::Either);
+    const auto takesNumber = [&](int i) { return row.parameters.of(i).take == Take::Number; };
+    if (name == "NOT" && site.count == 1) {
+        push(emit(TypedOp::Not, arithmetic(pop())).d, Kind::Boolean);
+        return true;
+    }
+    if (row.body.one != nullptr && row.parameters.count == 1 && site.count == 1 && takesNumber(0)) {
+        Step& step = emit(TypedOp::One, arithmetic(pop()));
+        step.one = row.body.one;
+        push(step.d);
+        return true;
+    }
+    if (row.body.two != nullptr && row.parameters.count == 2 && site.count == 2 && takesNumber(0) &&
+        takesNumber(1)) {
+        const Operand b = arithmetic(pop());
+        Step& step = emit(TypedOp::Two, arithmetic(pop()), b);
+        step.two = row.body.two;
+        push(step.d);
+        return true;
+    }
+    return false;
+}
+
+/// SUM and its like: the arguments in order, each joined to what came before.
+bool Typist::fold(const CallSite& site, TypedOp run, double start, TypedOp joining)
+{
+    const std::size_t first = stack_.size() - site.count;
+    Operand total = constant(start);
+    for (std::size_t i = first; i < stack_.size(); ++i) {
+        const Entry& e = stack_[i];
+        if (e.isArea) {
+            total = emit(run, read(e.operand.index, true), total).d;
+        } else if (joining == TypedOp::AddProduct) {
+            total = emit(joining, total, arithmetic(e), arithmetic(e)).d;
+        } else {
+            total = emit(joining, total, arithmetic(e)).d;
+        }
+    }
+    stack_.resize(first);
+    push(total);
+    return true;
+}
+
+/// MIN and MAX: the value of the first number, then the others against it.
+bool Typist::extreme(const CallSite& site, TypedOp run)
+{
+    const std::size_t first = stack_.size() - site.count;
+    // Nothing but the first argument may start, or 0 and -0 could come out differently.
+    Operand best = constant(run == TypedOp::LeastRun ? HUGE_VAL : -HUGE_VAL);
+    for (std::size_t i = first; i < stack_.size(); ++i) {
+        const Entry& e = stack_[i];
+        if (e.isArea) {
+            const Operand area = read(e.operand.index, true);
+            // One empty area gives 0; among several arguments the first must hold a number.
+            typed_.readings[area.index].needsNumber = i == first && site.count > 1;
+            best = emit(run, area, best).d;
+        } else {
+            best = emit(run, arithmetic(e), best).d; // a run of one
+        }
+    }
+    stack_.resize(first);
+    push(best);
+    return true;
+}
+
+bool Typist::connective(const CallSite& site, TypedOp op)
+{
+    const std::size_t first = stack_.size() - site.count;
+    Operand all;
+    for (std::size_t i = first; i < stack_.size(); ++i) {
+        const Entry& e = stack_[i];
+        Operand one = e.operand;
+        if (e.isArea) {
+            if (code_.places[e.operand.index].extent != Extent::Cell) return false;
+            one = read(e.operand.index, false);
+            typed_.readings.back().allowsEmpty = false; // an empty cell does not count at all
+            typed_.readings.back().allowsBoolean = true;
+        } else {
+            one = arithmetic(e);
+        }
+        all = emit(op, one, all.from == From::Nothing ? one : all).d;
+    }
+    stack_.resize(first);
+    push(all, Kind::Boolean);
+    return true;
+}
+
+constexpr std::int64_t kLargestRun = 20000;
+
+bool isRun(TypedOp op) { return op >= TypedOp::SumRun && op <= TypedOp::GreatestRun; }
+bool isJump(TypedOp op) { return op >= TypedOp::JumpIfZero; }
+
+/// A stretch of neighbouring numbers in the store.
+struct Run {
+    Slot first;
+    std::uint32_t count;
+};
+
+/// Turns one template into instructions for one cell.
+class Placer
+{
+public:
+    Placer(const TypedTemplate& typed, const Code& code, const CellAddress& here, Store& store,
+           TypedPool& pool, TypedProgram& program, std::vector<std::pair<Slot, Kind>>& operands)
+        : typed_(typed), code_(code), here_(here), store_(store), pool_(pool), program_(program),
+          operands_(operands)
+    {
+    }
+    bool place(Slot result);
+
+private:
+    bool settle(const TypedTemplate::Reading& reading);
+    bool settleRun(const Area& area, bool needsNumber);
+    void instruction(const Step& step, Slot result, bool isLast);
+    void runs(const Step& step, Slot d);
+    Slot slot(const Operand& o);
+
+    const TypedTemplate& typed_;
+    const Code& code_;
+    const CellAddress& here_;
+    Store& store_;
+    TypedPool& pool_;
+    TypedProgram& program_;
+    std::vector<std::pair<Slot, Kind>>& operands_;
+    std::vector<Slot> slots_;                              // reading -> slot
+    std::vector<Run> runs_;                                // of all readings
+    std::vector<std::pair<std::size_t, std::size_t>> own_; // reading -> its runs
+};
+
+bool Placer::settle(const TypedTemplate::Reading& reading)
+{
+    const Place& p = code_.places[reading.place];
+    const auto area = resolve(p, here_);
+    if (!area) return false;
+    if (reading.isRun) return settleRun(*area, reading.needsNumber);
+    const auto cell = implicitCell(*area, here_);
+    if (!cell) return false;
+    const Slot slot = store_.make(*cell);
+    const Kind kind = store_.value(slot).kind();
+    const bool fits = kind == Kind::Number || (kind == Kind::Empty && reading.allowsEmpty) ||
+                      (kind == Kind::Boolean && reading.allowsBoolean);
+    if (!fits) return false;
+    operands_.emplace_back(slot, kind);
+    slots_.push_back(slot);
+    own_.emplace_back(0, 0);
+    return true;
+}
+
+bool Placer::settleRun(const Area& area, bool needsNumber)
+{
+    if (static_cast<std::int64_t>(area.rows()) * area.cols() > kLargestRun) return false;
+    const std::size_t begin = runs_.size();
+    bool fits = true;
+    // Cells that are not there yet could come to life unnoticed: their slots are made now.
+    for (std::int32_t c = area.col0; c <= area.col1; ++c)
+        for (std::int32_t r = area.row0; r <= area.row1; r += Store::kTileRows - r % Store::kTileRows)
+            store_.make({area.sheet, r, c});
+    store_.visitSlots(area, [&](std::int32_t, std::int32_t, Slot first, std::int32_t n) {
+        for (Slot s = first; s < first + static_cast<Slot>(n) && fits; ++s) {
+            const Kind kind = store_.value(s).kind();
+            operands_.emplace_back(s, kind);
+            if (kind == Kind::Failure) fits = false;
+            if (kind != Kind::Number) continue;
+            if (runs_.size() > begin && runs_.back().first + runs_.back().count == s) {
+                ++runs_.back().count;
+            } else {
+                runs_.push_back({s, 1});
+            }
+        }
+        return fits;
+    });
+    slots_.push_back(kNoSlot);
+    own_.emplace_back(begin, runs_.size());
+    return fits && (!needsNumber || runs_.size() > begin);
+}
+
+Slot Placer::slot(const Operand& o)
+{
+    switch (o.from) {
+    case From::Constant: return pool_.constant(typed_.constants[o.index]);
+    case From::Place: return slots_[o.index];
+    case From::Temporary: return pool_.temporary(o.index);
+    default: return 0;
+    }
+}
+
+void Placer::runs(const Step& step, Slot d)
+{
+    Slot start = slot(step.b);
+    const auto append = [&](Slot first, std::uint32_t count) {
+        program_.instructions.push_back({step.op, d, first, start, count, 0});
+        start = d;
+    };
+    if (step.a.from != From::Place || !typed_.readings[step.a.index].isRun) return append(slot(step.a), 1);
+    const auto [begin, end] = own_[step.a.index];
+    for (std::size_t k = begin; k < end; ++k) append(runs_[k].first, runs_[k].count);
+    if (begin < end) return;
+    const bool nothing = step.b.from == From::Constant && std::isinf(typed_.constants[step.b.index]);
+    program_.instructions.push_back({TypedOp::Copy, d, nothing ? pool_.constant(0.0) : start, 0, 0, 0});
+}
+
+void Placer::instruction(const Step& step, Slot result, bool isLast)
+{
+    const Slot d = isLast ? result : slot(step.d);
+    if (isRun(step.op)) return runs(step, d);
+    TypedInstruction in{step.op, d, slot(step.a), slot(step.b), slot(step.c), slot(step.e)};
+    if (step.op == TypedOp::One) {
+        in.b = static_cast<std::uint32_t>(program_.ones.size());
+        if (program_.ones.empty() || program_.ones.back() != step.one) {
+            program_.ones.push_back(step.one);
+        } else {
+            --in.b;
+        }
+    } else if (step.op == TypedOp::Two) {
+        in.c = static_cast<std::uint32_t>(program_.twos.size());
+        if (program_.twos.empty() || program_.twos.back() != step.two) {
+            program_.twos.push_back(step.two);
+        } else {
+            --in.c;
+        }
+    }
+    program_.instructions.push_back(in);
+}
+
+bool Placer::place(Slot result)
+{
+    const std::size_t known = operands_.size();
+    for (const TypedTemplate::Reading& reading : typed_.readings) {
+        if (settle(reading)) continue;
+        operands_.resize(known);
+        return false;
+    }
+    // The last instruction writes the result itself where nothing jumps past it.
+    const bool jumps = !typed_.steps.empty() && [&] {
+        for (const Step& step : typed_.steps)
+            if (isJump(step.op)) return true;
+        return false;
+    }();
+    const bool direct = !jumps && !typed_.steps.empty() && typed_.steps.back().d == typed_.value;
+    std::vector<std::uint32_t> starts;
+    std::vector<std::pair<std::size_t, std::uint32_t>> aims; // instruction, step it jumps to
+    for (std::size_t i = 0; i < typed_.steps.size(); ++i) {
+        const Step& step = typed_.steps[i];
+        starts.push_back(static_cast<std::uint32_t>(program_.instructions.size()));
+        if (isJump(step.op)) aims.emplace_back(program_.instructions.size(), step.target);
+        instruction(step, result, direct && i + 1 == typed_.steps.size());
+    }
+    starts.push_back(static_cast<std::uint32_t>(program_.instructions.size()));
+    if (!direct) program_.instructions.push_back({TypedOp::Copy, result, slot(typed_.value), 0, 0, 0});
+    for (const auto& [jump, step] : aims) program_.instructions[jump].d = starts[step];
+    return true;
+}
+
+} // namespace
+
+TypedTemplate makeTypedTemplate(const Code& code) { return Typist(code).run(); }
+
+Slot TypedPool::take()
+{
+    if (next_ == end_) {
+        next_ = store_.makeScratch(Store::kTileRows);
+        end_ = next_ + Store::kTileRows;
+    }
+    store_.value(next_) = Value(0.0);
+    return next_++;
+}
+
+Slot TypedPool::constant(double x)
+{
+    const auto [at, isNew] = constants_.try_emplace(std::bit_cast<std::uint64_t>(x), kNoSlot);
+    if (isNew) {
+        at->second = take();
+        store_.value(at->second) = Value(x);
+    }
+    return at->second;
+}
+
+Slot TypedPool::temporary(std::uint32_t i)
+{
+    while (temporaries_.size() <= i) temporaries_.push_back(take());
+    return temporaries_[i];
+}
+
+bool appendTyped(const TypedTemplate& typed, const Code& code, const CellAddress& here, Slot result,
+                 Store& store, TypedPool& pool, TypedProgram& program,
+                 std::vector<std::pair<Slot, Kind>>& operands)
+{
+    if (!typed.possible) return false;
+    return Placer(typed, code, here, store, pool, program, operands).place(result);
+}
+
+} // namespace varnex3::sheet

@@ -1,0 +1,81 @@
+// sheet/compile/Typing.h - which codes work on numbers alone, and their typed instructions.
+//
+// A template is made once per code. For a formula cell it becomes instructions when the kinds of the cells
+// that it reads allow it.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "sheet/exec/Code.h"
+#include "sheet/exec/Store.h"
+#include "sheet/exec/TypedProgram.h"
+
+namespace varnex3::sheet
+{
+
+/// Where an operand of a template comes from.
+struct TypedOperand {
+    enum class From : std::uint8_t { Nothing, Constant, Place, Temporary } from = From::Nothing;
+    std::uint32_t index = 0;
+    friend bool operator==(const TypedOperand&, const TypedOperand&) = default;
+};
+
+struct TypedTemplate {
+    /// An instruction over operands; of a run, `a` is a Place that may be an area. Jumps hold the position in
+    /// `steps` that they go to.
+    struct Step {
+        TypedOp op = TypedOp::Copy;
+        TypedOperand d, a, b, c, e;
+        std::uint32_t target = 0;
+        double (*one)(double) = nullptr;
+        double (*two)(double, double) = nullptr;
+    };
+    /// How a place is read.
+    struct Reading {
+        std::uint32_t place = 0;
+        bool allowsBoolean = false; // the reader converts it to 1 or 0
+        bool allowsEmpty = true;    // an empty cell is 0
+        bool isRun = false;         // numbers of the area, everything else left out
+        bool needsNumber = false;   // of a run: there must be one
+    };
+
+    bool possible = false;
+    Kind result = Kind::Number;
+    TypedOperand value; // what the formula gives
+    std::vector<Step> steps;
+    std::vector<double> constants;
+    std::vector<Reading> readings;
+    std::uint32_t temporaries = 0;
+};
+
+TypedTemplate makeTypedTemplate(const Code& code);
+
+/// Slots for the constants and temporaries of typed code.
+class TypedPool
+{
+public:
+    explicit TypedPool(Store& store) : store_(store) {}
+    Slot constant(double x);
+    Slot temporary(std::uint32_t i);
+
+private:
+    Slot take();
+
+    Store& store_;
+    std::unordered_map<std::uint64_t, Slot> constants_;
+    std::vector<Slot> temporaries_;
+    Slot next_ = 0, end_ = 0;
+};
+
+/// Appends the instructions that put the value of a formula at `here` into `result`.
+/// @param operands  receives every cell read, with the kind for which the instructions hold
+/// @return          false, with nothing appended, when the kinds of the cells do not allow it
+bool appendTyped(const TypedTemplate& typed, const Code& code, const CellAddress& here, Slot result,
+                 Store& store, TypedPool& pool, TypedProgram& program,
+                 std::vector<std::pair<Slot, Kind>>& operands);
+
+} // namespace varnex3::sheet

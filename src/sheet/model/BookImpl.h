@@ -1,0 +1,115 @@
+// sheet/model/BookImpl.h - what a book is made of. Private to model/.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "sheet/compile/Compiler.h"
+#include "sheet/exec/Evaluator.h"
+#include "sheet/exec/Store.h"
+#include "sheet/formula/Tree.h"
+#include "sheet/model/Book.h"
+#include "sheet/model/FormulaTable.h"
+#include "sheet/model/Recalculation.h"
+
+namespace varnex3::sheet
+{
+
+struct DefinedName {
+    std::string name;
+    std::optional<SheetIndex> scope;
+    std::string formula;
+    std::unique_ptr<Tree> tree; // seen from A1; null when the text is no formula
+};
+
+struct Book::Impl final : Environment, BookBuilder, Scope {
+    Impl() : evaluator(store, *this), recalculation(store, formulas, evaluator) {}
+
+    // Environment
+    Value cell(const CellAddress& address) override;
+    void visit(const Area& area,
+               FunctionRef<bool(std::int32_t row, std::int32_t col, const Value* first, std::int32_t n)>
+                   visitor) override;
+    Area used(SheetIndex sheet) override { return store.used(sheet); }
+    DateSystem dateSystem() const override { return calculation.dates; }
+    double now() override { return time; }
+    double random() override;
+    Value referenceFromText(std::string_view text, bool a1, const CellAddress& here) override;
+    std::string sheetName(SheetIndex sheet) const override;
+    std::optional<SheetIndex> findSheet(std::string_view name) const override;
+    SheetIndex sheetCount() const override { return store.sheetCount(); }
+    bool hasFormula(const CellAddress& address) const override;
+    std::string formulaText(const CellAddress& address) const override;
+    std::string bookPath() const override { return path; }
+
+    // BookBuilder
+    SheetIndex addSheet(std::string name) override;
+    void settings(const CalculationSettings& settings) override { calculation = settings; }
+    void defineName(std::string name, std::optional<SheetIndex> scope, std::string formula) override;
+    void constant(const CellAddress& cell, Value value) override;
+    void formula(const CellAddress& cell, std::string_view text, Value stored) override;
+    void sharedMaster(const CellAddress& cell, std::uint32_t group, std::string_view text,
+                      Value stored) override;
+    void sharedFollower(const CellAddress& cell, std::uint32_t group, Value stored) override;
+    void arrayFormula(const Area& area, std::string_view text, Value stored, bool spills) override;
+    void arrayResult(const CellAddress& cell, Value stored) override;
+    void dateCell(const CellAddress& cell) override { store.setDate(makeCell(cell)); }
+    void notice(std::string where, std::string what) override
+    {
+        notices.emplace_back(std::move(where), std::move(what));
+    }
+
+    // Scope
+    std::optional<SheetIndex> sheetOf(std::string_view name) const override { return findSheet(name); }
+    const Tree* definedName(std::string_view name, SheetIndex sheet) const override;
+    Environment& environment() const override { return const_cast<Impl&>(*this); }
+
+    // Edits
+    void finishLoading();
+    Slot makeCell(const CellAddress& cell);
+    void checkAddress(const CellAddress& cell) const;
+    void clearFormula(Slot slot);
+    void setValue(Slot slot, Value value);
+    void setFormula(const CellAddress& cell, std::string_view text);
+    void setArrayFormula(const Area& block, std::string_view text);
+    void putFormula(FormulaId f);
+    void renameSheet(SheetIndex sheet, const std::string& name);
+    void removeSheet(SheetIndex sheet);
+    void checkSheetName(std::string_view name, std::optional<SheetIndex> except) const;
+    void namesChanged();
+    void storeLoaded(FormulaId f, Slot slot, Value stored);
+    std::optional<Area> areaOf(const Tree& tree, SheetIndex sheet, int depth) const;
+    void stampTime();
+
+    // Inspection
+    Inspection inspect();
+    void inspectFormula(FormulaId f, Inspection& found);
+    std::string circleText(FormulaId f, const std::vector<FormulaId>& circle) const;
+    std::string cellText(const CellAddress& cell) const;
+
+    Store store;
+    FormulaTable formulas;
+    Evaluator evaluator;
+    Recalculation recalculation;
+    std::vector<std::string> sheetNames;
+    std::vector<DefinedName> definedNames;
+    std::unordered_multimap<std::string, std::size_t> nameIndex; // lower case -> definedNames
+    std::unordered_map<std::uint64_t, CodeId> sharedGroups;      // sheet and group, while loading
+    std::unordered_map<Slot, Value> storedResults;               // of array blocks' further cells
+    std::vector<Value> stored;                                   // by formula
+    std::vector<std::pair<std::string, std::string>> notices;
+    CalculationSettings calculation;
+    std::function<double()> uniform;
+    std::string path;
+    double time = 0.0;
+    std::uint32_t generation = 1;
+    bool loading = false;
+};
+
+} // namespace varnex3::sheet

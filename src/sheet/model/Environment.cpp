@@ -1,0 +1,178 @@
+// sheet/model/Environment.cpp - the book as evaluations see it.
+#include <charconv>
+#include <chrono>
+#include <ctime>
+#include <random>
+
+#include "sheet/format/Convert.h"
+#include "sheet/formula/Parser.h"
+#include "sheet/model/BookImpl.h"
+
+namespace varnex3::sheet
+{
+namespace
+{
+
+/// "R3C4", "R[-1]C", "R2C1:R5C3" and so on; nothing for any other text.
+class R1C1
+{
+public:
+    R1C1(std::string_view text, const CellAddress& here) : text_(text), here_(here) {}
+
+    std::optional<Area> area()
+    {
+        Area area;
+        area.sheet = here_.sheet;
+        if (!cell(area.row0, area.col0)) return std::nullopt;
+        area.row1 = area.row0;
+        area.col1 = area.col0;
+        if (text_.starts_with(':')) {
+            text_.remove_prefix(1);
+            if (!cell(area.row1, area.col1)) return std::nullopt;
+            if (area.row0 > area.row1) std::swap(area.row0, area.row1);
+            if (area.col0 > area.col1) std::swap(area.col0, area.col1);
+        }
+        if (!text_.empty()) return std::nullopt;
+        return area;
+    }
+
+private:
+    bool cell(std::int32_t& row, std::int32_t& col)
+    {
+        return coordinate('R', here_.row, kMaxRows, row) && coordinate('C', here_.col, kMaxColumns, col);
+    }
+    bool coordinate(char letter, std::int32_t own, std::int32_t limit, std::int32_t& result)
+    {
+        if (text_.empty() || (text_[0] & ~0x20) != letter) return false;
+        text_.remove_prefix(1);
+        const bool relative = text_.starts_with('[');
+        if (relative) text_.remove_prefix(1);
+        std::int32_t n = 0;
+        const auto [end, error] = std::from_chars(text_.data(), text_.data() + text_.size(), n);
+        const bool written = error == std::errc();
+        if (written) text_.remove_prefix(static_cast<std::size_t>(end - text_.data()));
+        if (relative && (!written || !text_.starts_with(']'))) return false;
+        if (relative) text_.remove_prefix(1);
+        result = relative || !written ? own + n : n - 1;
+        return result >= 0 && result < limit;
+    }
+
+    std::string_view text_;
+    const CellAddress& here_;
+};
+
+} // namespace
+
+Value Book::Impl::cell(const CellAddress& address)
+{
+    const Slot slot = store.find(address);
+    if (slot == kNoSlot) return {};
+    if (store.isDirty(slot)) {
+        evaluator.block(slot);
+        evaluator.closeBlocked();
+        return {};
+    }
+    return store.value(slot);
+}
+
+void Book::Impl::visit(
+    const Area& area,
+    FunctionRef<bool(std::int32_t row, std::int32_t col, const Value* first, std::int32_t n)> visitor)
+{
+    bool stale = false;
+    store.visitSlots(area, [&](std::int32_t row, std::int32_t col, Slot first, std::int32_t n) {
+        for (Slot s = first; s < first + static_cast<Slot>(n); ++s) {
+            if (!store.isDirty(s)) continue;
+            evaluator.block(s);
+            stale = true;
+        }
+        return stale || visitor(row, col, &store.value(first), n);
+    });
+    if (stale) evaluator.closeBlocked();
+}
+
+double Book::Impl::random()
+{
+    if (!uniform) {
+        uniform = [engine = std::mt19937_64(std::random_device{}())]() mutable {
+            return static_cast<double>(engine() >> 11) * 0x1p-53;
+        };
+    }
+    return uniform();
+}
+
+void Book::Impl::stampTime()
+{
+    const auto now = std::chrono::system_clock::now();
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+    std::tm local{};
+    localtime_r(&seconds, &local);
+    const auto fraction =
+        std::chrono::duration<double>(now - std::chrono::system_clock::from_time_t(seconds)).count();
+    constexpr double kUnixEpoch = 25569.0; // serial number of 1 January 1970
+    constexpr double kEpochs = 1462.0;     // days between the two date systems
+    time = kUnixEpoch + (static_cast<double>(seconds + local.tm_gmtoff) + fraction) / 86400.0;
+    if (calculation.dates == DateSystem::From1904) time -= kEpochs;
+}
+
+Value Book::Impl::referenceFromText(std::string_view text, bool a1, const CellAddress& here)
+{
+    if (!a1) {
+        CellAddress seen = here;
+        if (const std::size_t mark = text.rfind('!'); mark != std::string_view::npos) {
+            std::string sheet(text.substr(0, mark));
+            if (sheet.size() > 2 && sheet.front() == '\'') sheet = sheet.substr(1, sheet.size() - 2);
+            const auto found = findSheet(sheet);
+            if (!found) return Failure::Ref;
+            seen.sheet = *found;
+            text.remove_prefix(mark + 1);
+        }
+        const auto area = R1C1(text, seen).area();
+        return area ? Value(*area) : Value(Failure::Ref);
+    }
+    if (text.empty() || text.front() == '=') return Failure::Ref;
+    const ParseResult parsed = parseFormula(text, here);
+    const auto* tree = std::get_if<Tree>(&parsed);
+    if (tree == nullptr) return Failure::Ref;
+    const NodeKind kind = tree->root().kind;
+    if (kind != NodeKind::Reference && kind != NodeKind::Name && kind != NodeKind::RangeOperator)
+        return Failure::Ref;
+    if (const auto area = areaOf(*tree, here.sheet, 0)) {
+        // Relative coordinates were counted from `here`; areaOf sees them from A1.
+        const Node& n = tree->root();
+        if (kind == NodeKind::Reference) {
+            Place place{n.first, n.last, n.extent, area->sheet, -1, false, true, false};
+            const auto resolved = resolve(place, here);
+            return resolved ? Value(*resolved) : Value(Failure::Ref);
+        }
+        return Value(*area);
+    }
+    return Failure::Ref;
+}
+
+std::string Book::Impl::sheetName(SheetIndex sheet) const
+{
+    return sheetNames[static_cast<std::size_t>(sheet)];
+}
+
+std::optional<SheetIndex> Book::Impl::findSheet(std::string_view name) const
+{
+    for (std::size_t i = 0; i < sheetNames.size(); ++i)
+        if (equalTexts(sheetNames[i], name)) return static_cast<SheetIndex>(i);
+    return std::nullopt;
+}
+
+bool Book::Impl::hasFormula(const CellAddress& address) const
+{
+    const Slot slot = store.find(address);
+    return slot != kNoSlot && store.formula(slot) != kNoFormula;
+}
+
+std::string Book::Impl::formulaText(const CellAddress& address) const
+{
+    if (!hasFormula(address)) return {};
+    const FormulaId f = store.formula(store.find(address));
+    return formulas.text(f, formulas.isBlock(f) ? store.address(formulas.cell(f).slot) : address);
+}
+
+} // namespace varnex3::sheet

@@ -1,0 +1,201 @@
+// sheet/model/FormulaTable.cpp - sharing, texts, and sheets that change their names.
+#include "sheet/model/FormulaTable.h"
+
+#include <algorithm>
+
+#include "sheet/format/Convert.h"
+#include "sheet/formula/Parser.h"
+
+namespace varnex3::sheet
+{
+namespace
+{
+
+/// So many trees are kept for comparison and for texts; a book with more different formulas than that has
+/// them parsed again when asked, which keeps its memory in bounds.
+constexpr std::size_t kTreesKept = 20000;
+
+bool hasNames(const Tree& tree)
+{
+    return std::any_of(tree.nodes.begin(), tree.nodes.end(),
+                       [](const Node& n) { return n.kind == NodeKind::Name; });
+}
+
+} // namespace
+
+bool renameSheetIn(Tree& tree, std::string_view from, std::string_view to)
+{
+    bool changed = false;
+    for (Node& n : tree.nodes) {
+        for (std::int32_t* text : {&n.sheet, &n.lastSheet}) {
+            if (*text < 0 || !equalTexts(tree.texts[static_cast<std::size_t>(*text)], from)) continue;
+            tree.texts.emplace_back(to);
+            *text = static_cast<std::int32_t>(tree.texts.size() - 1);
+            changed = true;
+        }
+    }
+    return changed;
+}
+
+bool removeSheetFrom(Tree& tree, std::string_view name)
+{
+    bool changed = false;
+    for (Node& n : tree.nodes) {
+        if (n.kind != NodeKind::Reference && n.kind != NodeKind::Name) continue;
+        for (const std::int32_t text : {n.sheet, n.lastSheet}) {
+            if (text < 0 || !equalTexts(tree.texts[static_cast<std::size_t>(text)], name)) continue;
+            n = Node{};
+            n.kind = NodeKind::Failure;
+            n.failure = Failure::Ref;
+            changed = true;
+            break;
+        }
+    }
+    return changed;
+}
+
+CodeId FormulaTable::intern(std::string_view text, const CellAddress& cell, bool array)
+{
+    ParseResult parsed = parseFormula(text, cell);
+    auto shared = std::make_unique<SharedCode>();
+    shared->anchor = cell;
+    shared->array = array;
+    if (const auto* error = std::get_if<ParseError>(&parsed)) {
+        shared->parsable = false;
+        shared->source = text;
+        shared->code = compileUnparsable(error->message);
+        shared->compiled = true;
+        codes_.push_back(std::move(shared));
+        return static_cast<CodeId>(codes_.size() - 1);
+    }
+    Tree& tree = std::get<Tree>(parsed);
+    if (hasNames(tree)) shared->sheet = cell.sheet;
+    shared->hash =
+        hashOf(tree) ^ (array ? 0x5bd1e995U : 0U) ^ (static_cast<std::size_t>(shared->sheet) << 20);
+    const auto [first, last] = byHash_.equal_range(shared->hash);
+    for (auto at = first; at != last; ++at) {
+        const SharedCode& other = *codes_[at->second];
+        if (other.array == array && other.sheet == shared->sheet &&
+            (other.tree ? *other.tree == tree : treeOf(other) == tree))
+            return at->second;
+    }
+    if (codes_.size() < kTreesKept) {
+        shared->tree = std::make_unique<Tree>(std::move(tree));
+    } else {
+        shared->source = text;
+    }
+    codes_.push_back(std::move(shared));
+    const auto id = static_cast<CodeId>(codes_.size() - 1);
+    byHash_.emplace(codes_.back()->hash, id);
+    return id;
+}
+
+Tree FormulaTable::treeOf(const SharedCode& shared) const
+{
+    if (shared.tree) return *shared.tree;
+    return std::get<Tree>(parseFormula(shared.source, shared.anchor));
+}
+
+void FormulaTable::compile(CodeId id, const Scope& scope)
+{
+    SharedCode& shared = *codes_[id];
+    if (shared.parsable) {
+        const SheetIndex sheet = shared.sheet >= 0 ? shared.sheet : 0;
+        shared.code = shared.tree ? compileFormula(*shared.tree, sheet, shared.array, scope)
+                                  : compileFormula(treeOf(shared), sheet, shared.array, scope);
+    }
+    shared.typed.reset();
+    shared.compiled = true;
+}
+
+void FormulaTable::compileAll(const Scope& scope)
+{
+    for (CodeId id = 0; id < codes_.size(); ++id) compile(id, scope);
+}
+
+const TypedTemplate& FormulaTable::typed(FormulaId f)
+{
+    SharedCode& shared = *codes_[cells_[f].code];
+    if (!shared.typed)
+        shared.typed =
+            std::make_unique<TypedTemplate>(shared.array ? TypedTemplate{} : makeTypedTemplate(shared.code));
+    return *shared.typed;
+}
+
+bool FormulaTable::anyUnresolved() const
+{
+    return std::any_of(codes_.begin(), codes_.end(),
+                       [](const auto& shared) { return shared->code.unresolved; });
+}
+
+FormulaId FormulaTable::add(Slot slot, CodeId code)
+{
+    if (!free_.empty()) {
+        const FormulaId f = free_.back();
+        free_.pop_back();
+        cells_[f] = {slot, code, -1};
+        return f;
+    }
+    cells_.push_back({slot, code, -1});
+    return static_cast<FormulaId>(cells_.size() - 1);
+}
+
+FormulaId FormulaTable::addBlock(Slot slot, CodeId code, const Area& area)
+{
+    const FormulaId f = add(slot, code);
+    cells_[f].block = static_cast<std::int32_t>(blocks_.size());
+    blocks_.push_back(area);
+    return f;
+}
+
+void FormulaTable::remove(FormulaId f)
+{
+    cells_[f] = {};
+    free_.push_back(f);
+}
+
+std::string FormulaTable::text(FormulaId f, const CellAddress& here) const
+{
+    const SharedCode& shared = *codes_[cells_[f].code];
+    if (!shared.parsable) return shared.source.starts_with('=') ? shared.source : "=" + shared.source;
+    return formulaText(shared.tree ? *shared.tree : treeOf(shared), here);
+}
+
+template <class Change>
+void FormulaTable::changeTrees(Change change)
+{
+    byHash_.clear();
+    for (CodeId id = 0; id < codes_.size(); ++id) {
+        SharedCode& shared = *codes_[id];
+        if (!shared.parsable) continue;
+        Tree tree = treeOf(shared);
+        if (change(tree, shared)) {
+            shared.hash = hashOf(tree) ^ (shared.array ? 0x5bd1e995U : 0U) ^
+                          (static_cast<std::size_t>(shared.sheet) << 20);
+            shared.tree = std::make_unique<Tree>(std::move(tree));
+        }
+        byHash_.emplace(shared.hash, id);
+    }
+}
+
+void FormulaTable::renameSheet(std::string_view from, std::string_view to)
+{
+    changeTrees([&](Tree& tree, SharedCode&) { return renameSheetIn(tree, from, to); });
+}
+
+void FormulaTable::removeSheet(std::string_view name, SheetIndex sheet)
+{
+    changeTrees([&](Tree& tree, SharedCode& shared) {
+        bool changed = removeSheetFrom(tree, name);
+        if (shared.sheet >= sheet) {
+            shared.sheet = shared.sheet == sheet ? kMaxRows : shared.sheet - 1; // of no sheet any more
+            changed = true;
+        }
+        if (shared.anchor.sheet >= sheet && shared.anchor.sheet > 0) --shared.anchor.sheet;
+        return changed;
+    });
+    for (Area& area : blocks_)
+        if (area.sheet > sheet) --area.sheet;
+}
+
+} // namespace varnex3::sheet

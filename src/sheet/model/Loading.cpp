@@ -1,0 +1,139 @@
+// sheet/model/Loading.cpp - the book as a file reader fills it.
+#include "sheet/formula/Parser.h"
+#include "sheet/model/BookImpl.h"
+
+namespace varnex3::sheet
+{
+namespace
+{
+
+std::uint64_t groupKey(SheetIndex sheet, std::uint32_t group)
+{
+    return static_cast<std::uint64_t>(sheet) << 32 | group;
+}
+
+std::string lowerCase(std::string_view text)
+{
+    std::string lower(text);
+    for (char& c : lower)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return lower;
+}
+
+} // namespace
+
+SheetIndex Book::Impl::addSheet(std::string name)
+{
+    checkSheetName(name, std::nullopt);
+    sheetNames.push_back(std::move(name));
+    store.addSheet();
+    if (!loading && formulas.anyUnresolved()) namesChanged();
+    return store.sheetCount() - 1;
+}
+
+void Book::Impl::defineName(std::string name, std::optional<SheetIndex> scope, std::string formula)
+{
+    ParseResult parsed = parseFormula(formula, CellAddress{scope.value_or(0), 0, 0});
+    std::unique_ptr<Tree> tree;
+    if (auto* good = std::get_if<Tree>(&parsed)) tree = std::make_unique<Tree>(std::move(*good));
+    const std::string key = lowerCase(name);
+    const auto [first, last] = nameIndex.equal_range(key);
+    for (auto at = first; at != last; ++at) {
+        DefinedName& known = definedNames[at->second];
+        if (known.scope != scope) continue;
+        known.formula = std::move(formula);
+        known.tree = std::move(tree);
+        if (!loading) namesChanged();
+        return;
+    }
+    nameIndex.emplace(key, definedNames.size());
+    definedNames.push_back({std::move(name), scope, std::move(formula), std::move(tree)});
+    if (!loading) namesChanged();
+}
+
+const Tree* Book::Impl::definedName(std::string_view name, SheetIndex sheet) const
+{
+    const Tree* global = nullptr;
+    const auto [first, last] = nameIndex.equal_range(lowerCase(name));
+    for (auto at = first; at != last; ++at) {
+        const DefinedName& known = definedNames[at->second];
+        if (known.scope == sheet) return known.tree.get();
+        if (!known.scope) global = known.tree.get();
+    }
+    return global;
+}
+
+Slot Book::Impl::makeCell(const CellAddress& cell)
+{
+    store.use(cell);
+    return store.make(cell);
+}
+
+void Book::Impl::constant(const CellAddress& cell, Value value)
+{
+    store.value(makeCell(cell)) = std::move(value);
+}
+
+void Book::Impl::storeLoaded(FormulaId f, Slot slot, Value value)
+{
+    store.setFormula(slot, f);
+    if (stored.size() <= f) stored.resize(f + std::size_t{1});
+    stored[f] = value;
+    store.value(slot) = std::move(value);
+}
+
+void Book::Impl::formula(const CellAddress& cell, std::string_view text, Value value)
+{
+    const Slot slot = makeCell(cell);
+    storeLoaded(formulas.add(slot, formulas.intern(text, cell, false)), slot, std::move(value));
+}
+
+void Book::Impl::sharedMaster(const CellAddress& cell, std::uint32_t group, std::string_view text,
+                              Value value)
+{
+    const CodeId code = formulas.intern(text, cell, false);
+    sharedGroups[groupKey(cell.sheet, group)] = code;
+    const Slot slot = makeCell(cell);
+    storeLoaded(formulas.add(slot, code), slot, std::move(value));
+}
+
+void Book::Impl::sharedFollower(const CellAddress& cell, std::uint32_t group, Value value)
+{
+    const auto master = sharedGroups.find(groupKey(cell.sheet, group));
+    if (master == sharedGroups.end()) {
+        notices.emplace_back(cellText(cell), "shared formula without its first cell; keeps its stored value");
+        return constant(cell, std::move(value));
+    }
+    const Slot slot = makeCell(cell);
+    storeLoaded(formulas.add(slot, master->second), slot, std::move(value));
+}
+
+void Book::Impl::arrayFormula(const Area& area, std::string_view text, Value value, bool /*spills*/)
+{
+    // A spilling formula fills the block that the file says it filled when it was saved.
+    const CellAddress corner{area.sheet, area.row0, area.col0};
+    const CodeId code = formulas.intern(text, corner, true);
+    const FormulaId f = formulas.addBlock(makeCell(corner), code, area);
+    for (std::int32_t r = area.row0; r <= area.row1; ++r)
+        for (std::int32_t c = area.col0; c <= area.col1; ++c)
+            store.setFormula(makeCell({area.sheet, r, c}), f);
+    storeLoaded(f, store.find(corner), std::move(value));
+}
+
+void Book::Impl::arrayResult(const CellAddress& cell, Value value)
+{
+    const Slot slot = makeCell(cell);
+    if (store.formula(slot) != kNoFormula) storedResults[slot] = value;
+    store.value(slot) = std::move(value);
+}
+
+void Book::Impl::finishLoading()
+{
+    loading = false;
+    sharedGroups.clear();
+    formulas.compileAll(*this);
+    recalculation.relinkAll();
+    recalculation.needAll();
+}
+
+} // namespace varnex3::sheet

@@ -1,0 +1,140 @@
+// sheet/model/Recalculation.h - brings formulas up to date, in order and only those that are affected.
+//
+// For every set of written cells the affected formulas and their order are worked out once (a plan); from
+// its second use on, a plan carries straight-line code for the formulas whose operands are numbers.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "sheet/compile/Typing.h"
+#include "sheet/exec/Evaluator.h"
+#include "sheet/exec/Store.h"
+#include "sheet/exec/TypedProgram.h"
+#include "sheet/graph/Dependencies.h"
+#include "sheet/graph/Ordering.h"
+#include "sheet/model/FormulaTable.h"
+
+namespace varnex3::sheet
+{
+
+class Recalculation
+{
+public:
+    Recalculation(Store& store, FormulaTable& formulas, Evaluator& evaluator)
+        : store_(store), formulas_(formulas), evaluator_(evaluator)
+    {
+    }
+
+    // What happened since the last recalculation.
+    void valueWritten(Slot slot)
+    {
+        if (store_.isMarked(slot, Store::kWritten)) return;
+        store_.mark(slot, Store::kWritten);
+        written_.push_back(slot);
+    }
+    /// The kind of a value that no formula gives has changed.
+    void kindChanged() { ++kinds_; }
+    /// A formula is new or has another code; its precedents must be linked.
+    void formulaChanged(FormulaId f);
+    /// A formula goes away; call before the table forgets it.
+    void formulaRemoved(FormulaId f);
+    /// Everything may be different: links all formulas anew.
+    void relinkAll();
+    void needAll() { all_ = true; }
+    /// Before slots go away with their sheet: nothing of them is remembered.
+    void forgetSlots()
+    {
+        forgetWritten();
+        changed_.clear();
+        circular_.clear();
+    }
+    /// Whether the next recalculation may ask for the time of day.
+    bool needsTime() const { return all_ || !changed_.empty() || !everyTime_.empty(); }
+
+    void calculate();
+    void calculateAll();
+    /// For tests and measurements: false leaves everything to the general evaluator.
+    void useTypedCode(bool use);
+
+    /// Formulas that are part of a circular reference, with the formulas around it.
+    using Circle = std::shared_ptr<const std::vector<FormulaId>>;
+    const std::unordered_map<FormulaId, Circle>& circular() const { return circular_; }
+
+private:
+    /// A stretch of a plan: positions [first, last) of its order, either typed or for the general evaluator.
+    struct Step {
+        bool typed;
+        std::uint32_t first, last;
+        std::uint32_t begin = 0, end = 0; // typed: its instructions
+    };
+    struct Plan {
+        std::vector<Slot> key;      // sorted
+        std::vector<Slot> sequence; // as last written, in that order
+        Order order;
+        bool marksDirty = false; // some formula may read cells that the order does not know of
+        int runs = 0;
+        bool built = false;
+        std::uint64_t kinds = 0; // state of the kinds for which the typed code was checked
+        std::vector<Step> steps;
+        TypedProgram program;
+        std::vector<Kind> expected;                  // kinds of the results, by position in the order
+        std::vector<std::pair<Slot, Kind>> operands; // what typed code reads from outside the plan
+        std::vector<std::uint32_t> starts;           // first instruction of each typed formula, in order
+        std::vector<std::uint32_t> typedAt;          // its position in the order
+        std::uint32_t failures = 0, patience = 4;
+        std::uint64_t lastUse = 0;
+    };
+
+    void link(FormulaId f, bool add);
+    void outputs(FormulaId f, FunctionRef<void(Slot)> visitor) const;
+    void appendReaders(GraphNode node, std::vector<GraphNode>& out) const;
+    Order orderFrom(const std::vector<Slot>& slots, const std::vector<FormulaId>& formulas);
+    bool anyDynamic(const Order& order) const;
+
+    Plan& planFor();
+    void runPlan(Plan& plan);
+    void runGeneral(const Order& order, std::size_t begin, bool dirty);
+    void runLoop(const Order& order, std::size_t begin, std::size_t end);
+    std::vector<std::uint32_t> levelsOf(const Order& order) const;
+    void runBuilt(Plan& plan);
+    void build(Plan& plan);
+    bool kindsHold(Plan& plan);
+    void giveUp(Plan& plan, std::size_t position);
+    void markDirty(const Order& order);
+    void clearDirty(FormulaId f);
+    void bring(FormulaId f);
+    bool evaluate(FormulaId f);
+    void store(FormulaId f, Value result);
+    void storeAt(Slot slot, Value v);
+    void closeLoop(std::size_t from);
+    void forgetWritten();
+
+    Store& store_;
+    FormulaTable& formulas_;
+    Evaluator& evaluator_;
+    Dependencies dependencies_;
+    Ordering ordering_;
+    std::vector<Slot> written_;
+    std::vector<FormulaId> changed_;   // formulas to be evaluated whatever was written
+    std::vector<FormulaId> everyTime_; // volatile and dynamic ones
+    std::vector<std::unique_ptr<Plan>> plans_;
+    Plan* last_ = nullptr;
+    bool all_ = false;
+    bool useTyped_ = true;
+    std::uint64_t kinds_ = 1; // grows with every change of a cell's kind that a plan did not expect
+    std::uint64_t uses_ = 0;
+    struct Frame {
+        FormulaId formula;
+        bool started;
+    };
+    std::vector<Frame> path_;
+    std::unordered_map<FormulaId, Circle> circular_;
+    std::vector<Slot> sortedKey_; // scratch
+    TypedPool pool_{store_};
+};
+
+} // namespace varnex3::sheet
