@@ -14,6 +14,9 @@ namespace varnex3::alg_m_Evaluation
 /// Statistics of single values: the response cells as they stand.
 void Deterministic_Ys(OptimizationRun& d, Long m);
 
+/// Statistics of a simulation of the member, whose values this step writes itself.
+void MonteCarlo_Ys(OptimizationRun& d, Long member);
+
 /// A specification limit as a number; nothing when it is empty or an empty cell.
 /// @param procedure  source of the error that a bad cell raises
 /// @raises           513, 515 after showing the cell; 13 for a text that is no number

@@ -30,12 +30,14 @@ void fillPlain(Array2<double>& P)
 void fillLatinHypercube(Array2<double>& P)
 {
     const Long n = P.rows();
-    for (Long r : oneTo(n)) P.fillRow(r, r);
+    Array1<Long> strata(n); // one column at a time, close together: the exchanges jump all over it
     for (Long k : oneTo(P.cols())) {
+        for (Long r : oneTo(n)) strata(r) = r;
         for (Long i : downTo(n, 2)) {
             const Long j = RandInt(1, i);
-            std::swap(P(i, k), P(j, k));
+            std::swap(strata(i), strata(j));
         }
+        for (Long r : oneTo(n)) P(r, k) = strata(r);
     }
     for (Long r : oneTo(n)) {
         for (double& p : P.row(r)) {

@@ -9,6 +9,7 @@
 
 #include "montecarlo/c_MonteCarlo.h"
 #include "runtime/Number.h"
+#include "sorting/RadixSort.h"
 #include "stats/c_Statistics.h"
 
 namespace varnex3
@@ -160,13 +161,13 @@ void c_MonteCarlo::CreateRanks(Long k, Long n, Array2<double>& ranks, double& T)
     const bool isX = k <= CountX();
     const Array2<double>& store = isX ? xUnsorted_ : yUnsorted_;
     const Long column = isX ? k : k - CountX(), before = store.rows() - n;
-    std::vector<std::pair<double, Long>> values; // with the trial of the batch; ties share their mean rank
+    std::vector<alg_m_Sorting::Keyed> values; // with the trial of the batch; ties share their mean rank
     values.reserve(static_cast<std::size_t>(n));
-    for (Long i : oneTo(n)) values.emplace_back(store(before + i, column), i);
-    std::sort(values.begin(), values.end());
+    for (Long i : oneTo(n)) values.push_back({store(before + i, column), i});
+    alg_m_Sorting::sortByKey(values);
 
     here.at(3);
-    if (values.front().first == values.back().first) {
+    if (values.front().key == values.back().key) {
         T = -1.0;
         return;
     }
@@ -174,10 +175,10 @@ void c_MonteCarlo::CreateRanks(Long k, Long n, Array2<double>& ranks, double& T)
     here.at(4);
     for (std::size_t first = 0; first < values.size();) {
         std::size_t last = first;
-        while (last + 1 < values.size() && values[last + 1].first == values[first].first) ++last;
+        while (last + 1 < values.size() && values[last + 1].key == values[first].key) ++last;
         const double t = static_cast<double>(last - first + 1);
         const double rank = static_cast<double>(first + 1) + (t - 1.0) / 2.0;
-        for (std::size_t i = first; i <= last; ++i) ranks(k, values[i].second) = rank;
+        for (std::size_t i = first; i <= last; ++i) ranks(k, values[i].position) = rank;
         T += t * t * t - t;
         first = last + 1;
     }

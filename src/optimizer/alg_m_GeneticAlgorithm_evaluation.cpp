@@ -28,7 +28,7 @@ constexpr Method kMethods[] = {
     {statsMethods::None, alg_m_Evaluation::Deterministic_Ys, true},
     {statsMethods::FirstOrder, nullptr, true},
     {statsMethods::SecondOrder, nullptr, true},
-    {statsMethods::MonteCarlo, nullptr, false},
+    {statsMethods::MonteCarlo, alg_m_Evaluation::MonteCarlo_Ys, false},
 };
 
 /// The method of that name; for any other name one that computes nothing.

@@ -75,11 +75,15 @@ TEST_F(EvaluationTest, WritesInCalculationOrderAndRecalculatesBeforeFlaggedParam
 /// A component of a distribution that reports what the test tells it to.
 struct Component : DistributionComponent {
     std::string problem;
-    void setParam1(const Variant&) override {}
-    void setParam2(const Variant&) override {}
-    void setTruncation(const Variant&, const Variant&) override {}
+    std::string family = "Fixed";
+    const std::string& DistType() const override { return family; }
+    void DistType(const std::string&) override {}
+    void param1(const Variant&) override {}
+    void param2(const Variant&) override {}
     Variant LTL() const override { return {}; }
+    void LTL(const Variant&) override {}
     Variant UTL() const override { return {}; }
+    void UTL(const Variant&) override {}
     double NegInfinity() const override { return -1e30; }
     double PosInfinity() const override { return 1e30; }
     double mean() override { return 8.5; }
