@@ -8,7 +8,8 @@ target_compile_features(corvane_flags INTERFACE cxx_std_20)
 target_include_directories(corvane_flags INTERFACE ${CMAKE_CURRENT_SOURCE_DIR}/src)
 target_compile_options(corvane_flags INTERFACE
     -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wcast-qual -Werror
-    -ffp-contract=off)
+    -ffp-contract=off
+    $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict>) # false alarms on text + text
 if(CORVANE_SANITIZE)
     target_compile_options(corvane_flags INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
         -fno-omit-frame-pointer)

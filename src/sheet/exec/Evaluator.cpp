@@ -263,7 +263,7 @@ void Evaluator::Machine::makeReference(Op op)
     }
     if (op == Op::MakeRange) {
         Area box = a.areas().front();
-        for (const Value* v : {&a, &b}) {
+        for (const Value* v : {static_cast<const Value*>(&a), &b}) {
             for (const Area& area : v->areas()) {
                 if (area.sheet != box.sheet) {
                     a = Failure::Ref;

@@ -28,6 +28,41 @@ bool sameLetters(std::string_view a, std::string_view b)
                       [&](char x, char y) { return upper(x) == upper(y); });
 }
 
+thread_local bool spareGone = false; // the thread ends, and its spare payloads are deleted
+
+/// References come and go with every evaluation of an area; a few of their payloads wait here for the next.
+class SparePayloads
+{
+public:
+    ~SparePayloads()
+    {
+        for (detail::ReferenceData* data : spare_) delete data;
+        spareGone = true;
+    }
+    detail::ReferenceData* take()
+    {
+        if (spare_.empty()) return new detail::ReferenceData;
+        detail::ReferenceData* data = spare_.back();
+        spare_.pop_back();
+        data->references.store(1, std::memory_order_relaxed);
+        return data;
+    }
+    void give(detail::ReferenceData* data)
+    {
+        constexpr std::size_t kMost = 64, kFewAreas = 16;
+        if (spare_.size() >= kMost || data->areas.capacity() > kFewAreas) {
+            delete data;
+            return;
+        }
+        data->areas.clear();
+        spare_.push_back(data);
+    }
+
+private:
+    std::vector<detail::ReferenceData*> spare_;
+};
+thread_local SparePayloads sparePayloads;
+
 } // namespace
 
 std::string_view failureText(Failure f) { return kFailureNames[static_cast<std::size_t>(f)].text; }
@@ -48,7 +83,7 @@ Value::Value(std::string text) : number_(0.0), kind_(Kind::Text)
 
 Value::Value(const Area& area) : number_(0.0), kind_(Kind::Reference)
 {
-    auto* data = new detail::ReferenceData;
+    auto* data = spareGone ? new detail::ReferenceData : sparePayloads.take();
     data->areas.push_back(area);
     payload_ = data;
 }
@@ -83,7 +118,13 @@ void Value::release() noexcept
     switch (kind_) {
     case Kind::Text: delete static_cast<detail::TextData*>(payload_); break;
     case Kind::Array: delete static_cast<detail::ArrayData*>(payload_); break;
-    default: delete static_cast<detail::ReferenceData*>(payload_); break;
+    default:
+        if (spareGone) {
+            delete static_cast<detail::ReferenceData*>(payload_);
+        } else {
+            sparePayloads.give(static_cast<detail::ReferenceData*>(payload_));
+        }
+        break;
     }
 }
 
