@@ -99,6 +99,7 @@ private:
         bounds_.emplace(lo, keys);
         sortRange(lo, hi);
         bounds_.reset();
+        scanning_ = true;
     }
 
     Long up(Long i, Long j, double pivot) const

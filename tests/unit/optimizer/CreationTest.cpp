@@ -1,4 +1,5 @@
 // Feasibility, distinctness, the count of alternatives, and the making of the first generation.
+#include <algorithm>
 #include <cmath>
 
 #include "unit/optimizer/Search.h"
@@ -69,11 +70,13 @@ TEST_F(CreationTest, RandomValuesByKindUpToTheLastDraw)
 
 TEST_F(CreationTest, RowsDifferByTheResolutionOfActiveVariables)
 {
-    addX(xTypes::Continuous, 0);
-    addX(xTypes::Discrete, 0);
-    addX(xTypes::Noise, 0);
+    for (const char* xType : {xTypes::Continuous, xTypes::Discrete, xTypes::Noise}) addX(xType, 0);
     record();
     d.resX = {0.5, 0.0, 0.0};
+    const Variables variables = searchVariables(d);
+    const auto set = [](Array2<double>& rows, Long m, const Values& v) {
+        std::copy(v.begin(), v.end(), rows.row(m).begin());
+    };
     struct Case {
         Values row;
         bool unique;
@@ -82,17 +85,17 @@ TEST_F(CreationTest, RowsDifferByTheResolutionOfActiveVariables)
                           {{1.5, 3.0, 0.0}, true},
                           {{1.0, std::nextafter(3.0, 4.0), 0.0}, true},
                           {{0.51, 3.0, 0.0}, false}}) {
-        const Variables variables = searchVariables(d);
-        for (Long j : oneTo(3)) {
-            d.genX(1, j) = d.kids(1, j) = Values{-5, -5, -5}[static_cast<std::size_t>(j - 1)];
-            d.genX(4, j) = d.kids(2, j) = Values{1, 3, 0}[static_cast<std::size_t>(j - 1)];
-            d.genX(5, j) = d.kids(3, j) = c.row[static_cast<std::size_t>(j - 1)];
+        for (auto* rows : {&d.genX, &d.kids}) {
+            rows->fill(-5.0);
+            set(*rows, 2, {1, 3, 0});
+            set(*rows, 3, c.row);
         }
-        EXPECT_EQ(IsUnique(d, variables, 5, RowSource::New), c.unique);
+        EXPECT_EQ(IsUnique(d, variables, 3, RowSource::New), c.unique);
+        d.genX.fillRow(3, 8.0);
         EXPECT_EQ(IsUnique(d, variables, 3, RowSource::Kid), c.unique);
         d.kids.fillRow(2, 8.0);
-        EXPECT_EQ(IsUnique(d, variables, 3, RowSource::Kid), c.unique) << "against the survivor in row 4";
-        d.genX.fillRow(4, 8.0);
+        EXPECT_EQ(IsUnique(d, variables, 3, RowSource::Kid), c.unique) << "against the survivor";
+        d.genX.swapRows(2, 5);
         EXPECT_TRUE(IsUnique(d, variables, 3, RowSource::Kid)) << "row 5 does not survive";
     }
 }
@@ -154,21 +157,6 @@ TEST_F(CreationTest, CornersComeFirstAndDuplicatesAreDrawnAgain)
     EXPECT_EQ(host->take(), (Lines{"StatusBar=Creating Generation 1"}));
 }
 
-TEST_F(CreationTest, SmallEnumerationsStopBeforeTheStreamIsSeeded)
-{
-    auto& x = addX(xTypes::Integer, 0);
-    x.SearchMax = 1.0;
-    for (Long size : {1, 2}) {
-        f.Options->GenSize = size;
-        record();
-        d.resX = {1.0};
-        ScriptedDraws draws{};
-        CreateGen(d);
-        EXPECT_TRUE(draws.seeds.empty());
-    }
-    EXPECT_EQ(d.genX(2, 1), 1.0) << "the lower corner is member 1, so the upper one is member 2";
-}
-
 TEST_F(CreationTest, GivesUpWhenNoDistinctMemberIsLeft)
 {
     auto& x = addX(xTypes::Integer, 0);
@@ -176,11 +164,11 @@ TEST_F(CreationTest, GivesUpWhenNoDistinctMemberIsLeft)
     f.Options->GenSize = 3;
     record();
     d.resX = {1.0};
-    const ErrorRecord error = raisedBy([&] { CreateGen(d); });
-    EXPECT_EQ(error.number, 5);
-    EXPECT_EQ(error.source, "CreateGen\r\nin varnex3.alg_m_GeneticAlgorithm.CreateGen at line 9");
-    EXPECT_EQ(error.description, "1000000 candidates in a row were alike to members that exist already; the "
-                                 "search space holds too few distinct points for this GenSize");
+    expectRaises(
+        5, "CreateGen\r\nin varnex3.alg_m_GeneticAlgorithm.CreateGen at line 9",
+        "1000000 candidates in a row were alike to members that exist already; the search space holds "
+        "too few distinct points for this GenSize",
+        [&] { CreateGen(d); });
 }
 
 } // namespace

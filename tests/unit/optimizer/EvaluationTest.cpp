@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "evaluation/alg_m_Evaluation.h"
+#include "stats/c_Distribution.h"
 #include "unit/optimizer/Search.h"
 
 namespace varnex3::test
@@ -72,46 +73,14 @@ TEST_F(EvaluationTest, WritesInCalculationOrderAndRecalculatesBeforeFlaggedParam
                                  "[] Recalculating for member 2", "[] Calculating Y's; No Statistics"}));
 }
 
-/// A component of a distribution that reports what the test tells it to.
-struct Component : DistributionComponent {
-    std::string problem;
-    std::string family = "Fixed";
-    const std::string& DistType() const override { return family; }
-    void DistType(const std::string&) override {}
-    void param1(const Variant&) override {}
-    void param2(const Variant&) override {}
-    Variant LTL() const override { return {}; }
-    void LTL(const Variant&) override {}
-    Variant UTL() const override { return {}; }
-    void UTL(const Variant&) override {}
-    double NegInfinity() const override { return -1e30; }
-    double PosInfinity() const override { return 1e30; }
-    double mean() override { return 8.5; }
-    double stdev() override { return 1.0; }
-    bool ParamsOK(std::string& errorString) override
-    {
-        errorString = problem;
-        return problem.empty();
-    }
-    double RandVal(double) override { return 0.0; }
-    double pdf(double, bool, std::optional<double>) override { return 1.0; }
-    double xMin(double) override { return 8.0; }
-    double xMax(double) override { return 9.0; }
-    void resizeArrays(Long) override {}
-    double GraphX(Long) const override { return 0.0; }
-    void GraphX(Long, double) override {}
-    double GraphOL(Long) const override { return 0.0; }
-    void GraphOL(Long, double) override {}
-    double CalcMean() override { return 8.5; }
-    double CalcStdev(double&) override { return 1.0; }
-};
-
 TEST_F(EvaluationTest, NoiseThatDependsOnCellsIsRefreshed)
 {
     auto& x = addX(xTypes::Noise, 3);
     x.needsRecalc = true;
-    auto component = std::make_shared<Component>();
-    component->ScaleFactor = 1.0;
+    auto component = std::make_shared<c_Distribution>();
+    component->DistType("Normal");
+    component->param1(8.5);
+    component->param2(0.5);
     x.dist->Add(component);
     addY([](FakeSheet& s) { return s.number("A1"); });
     record();
@@ -119,10 +88,12 @@ TEST_F(EvaluationTest, NoiseThatDependsOnCellsIsRefreshed)
     EXPECT_EQ(host->take(),
               (Lines{"ScreenUpdating=False", "StatusBar=Evaluating generation 0, member 1 ", "Calculate",
                      "Sheet1!$A$1.Value=8.5", "Calculate", "ScreenUpdating=True"}));
-    EXPECT_EQ(d.genX(1, 1), 8.5);
-    component->problem = "Lower limit above upper limit";
-    expectRaises(519, "EvaluateGen\r\nin varnex3.alg_m_GeneticAlgorithm.EvaluateGen at line 32",
-                 "Lower limit above upper limit", [&] { EvaluateGen(d, 1, 1); });
+    EXPECT_DOUBLE_EQ(d.genX(1, 1), 8.5) << "the mean of the distribution";
+    component->param2(-1.0);
+    std::string problem;
+    component->ParamsOK(problem);
+    expectRaises(519, "EvaluateGen\r\nin varnex3.alg_m_GeneticAlgorithm.EvaluateGen at line 32", problem,
+                 [&] { EvaluateGen(d, 1, 1); });
     EXPECT_FALSE(host->screenUpdating) << "left to the caller";
 }
 

@@ -7,16 +7,7 @@
 #include <string>
 #include <vector>
 
-#if __has_include("montecarlo/c_MonteCarlo.h")
 #include "montecarlo/c_MonteCarlo.h"
-#else
-namespace varnex3
-{
-class c_MonteCarlo
-{
-};
-} // namespace varnex3
-#endif
 #include "optimizer/alg_m_GeneticAlgorithm.h"
 #include "optimizer/c_Optimization.h"
 #include "stats/alg_m_MersenneTwister.h"
