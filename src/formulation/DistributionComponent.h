@@ -10,27 +10,33 @@
 #include "runtime/Object.h"
 #include "runtime/Variant.h"
 
-namespace varnex3 {
+namespace varnex3
+{
 
 class DistributionComponent : public Object
 {
 public:
-    std::string DistType;     // family: "Normal", "Uniform", "Johnson", ...
-    double ScaleFactor = 0.0; // weight of the component in a mixture
-    bool Dynamic = false;     // its parameters come from cells: check them before every draw
+    double ScaleFactor = 1.0;  // weight of the component in a mixture
+    double mixtureTotal = 0.0; // sum of the mixture's ScaleFactors; 0 while the component stands alone
+    bool Dynamic = false;      // its parameters come from cells: check them before every draw
 
-    virtual void setParam1(const Variant& value) = 0; // a number or a one-cell range
-    virtual void setParam2(const Variant& value) = 0;
-    virtual void setTruncation(const Variant& ltl, const Variant& utl) = 0;
-    virtual Variant LTL() const = 0;
+    virtual const std::string& DistType() const = 0; // family: "Normal", "Uniform", "Johnson", ...
+    virtual void DistType(const std::string& family) = 0;
+    virtual void
+    param1(const Variant& value) = 0; // a number, a range, or an array where the family takes data
+    virtual void param2(const Variant& value) = 0;
+    virtual Variant LTL() const = 0; // truncation limits: a number or a one-cell range
+    virtual void LTL(const Variant& value) = 0;
     virtual Variant UTL() const = 0;
+    virtual void UTL(const Variant& value) = 0;
     virtual double NegInfinity() const = 0; // the value that stands for no lower limit
     virtual double PosInfinity() const = 0; // the value that stands for no upper limit
     virtual double mean() = 0;
     virtual double stdev() = 0;
     virtual bool ParamsOK(std::string& errorString) = 0;
     virtual double RandVal(double p) = 0; // the quantile at p in [0, 1], finite at both ends
-    /// Density at x. `previousX` is the preceding grid point, nothing at the first one.
+    /// Density at x times the component's share of the mixture. `previousX` is the preceding grid point,
+    /// nothing at the first one.
     virtual double pdf(double x, bool flag, std::optional<double> previousX) = 0;
     virtual double xMin(double k) = 0; // ends of the range that covers the component, for the width k
     virtual double xMax(double k) = 0;

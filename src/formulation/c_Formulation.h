@@ -64,6 +64,9 @@ public:
     bool formulationOK(std::string& source, Long& itemNum, std::string& cause, bool showMessages = false);
 
 private:
+    bool inSequence(Long i) const;
+    void sizeSequence();
+
     Long countX_ = 0, countY_ = 0, countC_ = 0, countG_ = 0;
     Array1<Long> calcSequence_;
     Array1<char> recalcFlags_; // 0 or 1 per parameter

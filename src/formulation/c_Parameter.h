@@ -69,7 +69,10 @@ public:
     void CalcMoments();
 
 private:
+    Long gapAround(double d) const;
+
     Array1<double> feasible_;
+    bool ascending_ = true; // feasible_ is known to be in order: searched by halving
     double computedMean_ = 0.0;  // of a "Noise" parameter, set by CalcMoments
     double computedStDev_ = 0.0; // the same; for other kinds GetStDev keeps its last result here
 };

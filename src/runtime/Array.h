@@ -115,6 +115,13 @@ public:
         rows_ = rows;
         items_.resize(static_cast<std::size_t>(rows) * static_cast<std::size_t>(cols_));
     }
+    /// Makes room for that many rows at once, so that appended ones cost no copy.
+    void reserveRows(Long rows)
+    {
+        items_.reserve(static_cast<std::size_t>(rows) * static_cast<std::size_t>(cols_));
+    }
+    /// Gives room that is not used back.
+    void shrinkToFit() { items_.shrink_to_fit(); }
     void clear() { *this = Array2{}; }
     void fill(const T& value) { std::fill(items_.begin(), items_.end(), value); }
 
@@ -197,6 +204,10 @@ public:
         third_ = third;
         items_.resize(layer() * static_cast<std::size_t>(third));
     }
+    /// Makes room for that many third indices at once, so that appended ones cost no copy.
+    void reserveLast(Long third) { items_.reserve(layer() * static_cast<std::size_t>(third)); }
+    /// Gives room that is not used back.
+    void shrinkToFit() { items_.shrink_to_fit(); }
     void clear() { *this = Array3{}; }
 
     Long size1() const { return first_; }

@@ -3,7 +3,10 @@
 
 #include <memory>
 
-namespace varnex3 {
+#include "runtime/Error.h"
+
+namespace varnex3
+{
 
 /// Base of everything a Variant can refer to. Held by counted reference.
 class Object
@@ -21,5 +24,13 @@ template <class T>
 using Ref = std::shared_ptr<T>; // a counted reference; empty for "no object"
 
 using ObjectRef = Ref<Object>;
+
+/// The object referred to; raises 91 when there is none.
+template <class T>
+T& required(const Ref<T>& object)
+{
+    if (!object) raise(errors::ObjectNotSet);
+    return *object;
+}
 
 } // namespace varnex3

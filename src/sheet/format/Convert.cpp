@@ -14,15 +14,7 @@ namespace varnex3::sheet
 namespace
 {
 
-constexpr int kWidestPlainNumber = 20; // characters; longer ones are written with an exponent
-
-std::string scientificText(const Decimal& d)
-{
-    std::string text(1, d.digits.front());
-    if (d.digits.size() > 1) text += "." + d.digits.substr(1);
-    const std::string power = std::to_string(std::abs(d.exponent));
-    return text + (d.exponent < 0 ? "E-" : "E+") + (power.size() < 2 ? "0" : "") + power;
-}
+constexpr int kWidestPlainNumber = 20; // digits before the point, or characters of a number below 1
 
 bool sameAsciiLetters(std::string_view text, std::string_view upper)
 {
@@ -80,19 +72,11 @@ std::string generalText(double x)
 {
     if (!std::isfinite(x)) return std::string(failureText(Failure::Num));
     const Decimal d = decimalOf(x);
-    if (d.isZero()) return "0";
-    const int digits = static_cast<int>(d.digits.size());
     const std::string sign = x < 0.0 ? "-" : "";
-    if (d.exponent < 0) {
-        const int width = 2 + (-d.exponent - 1) + digits; // "0." and zeros before the digits
-        if (width > kWidestPlainNumber) return sign + scientificText(d);
-        return sign + "0." + std::string(static_cast<std::size_t>(-d.exponent - 1), '0') + d.digits;
-    }
-    if (d.exponent >= kWidestPlainNumber) return sign + scientificText(d);
-    const int whole = d.exponent + 1;
-    if (digits <= whole) return sign + d.digits + std::string(static_cast<std::size_t>(whole - digits), '0');
-    const auto point = static_cast<std::size_t>(whole);
-    return sign + d.digits.substr(0, point) + "." + d.digits.substr(point);
+    const std::string plain =
+        d.exponent < kWidestPlainNumber && d.exponent >= -kWidestPlainNumber ? plainText(d) : std::string();
+    const bool fits = !plain.empty() && (d.exponent >= 0 || plain.size() <= kWidestPlainNumber);
+    return sign + (fits ? plain : scientificText(d));
 }
 
 Value toNumber(const Value& scalar, DateSystem dates)

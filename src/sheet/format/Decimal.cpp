@@ -56,4 +56,25 @@ Decimal decimalOf(double x)
     return d;
 }
 
+std::string plainText(const Decimal& d)
+{
+    if (d.isZero()) return "0";
+    const auto digits = static_cast<int>(d.digits.size());
+    const auto zeros = [](int n) { return std::string(static_cast<std::size_t>(n), '0'); };
+    if (d.exponent < 0) return "0." + zeros(-d.exponent - 1) + d.digits;
+    const int whole = d.exponent + 1;
+    if (digits <= whole) return d.digits + zeros(whole - digits);
+    const auto point = static_cast<std::size_t>(whole);
+    return d.digits.substr(0, point) + "." + d.digits.substr(point);
+}
+
+std::string scientificText(const Decimal& d)
+{
+    if (d.isZero()) return "0E+00";
+    std::string text(1, d.digits.front());
+    if (d.digits.size() > 1) text += "." + d.digits.substr(1);
+    const std::string power = std::to_string(std::abs(d.exponent));
+    return text + (d.exponent < 0 ? "E-" : "E+") + (power.size() < 2 ? "0" : "") + power;
+}
+
 } // namespace varnex3::sheet

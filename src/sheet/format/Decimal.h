@@ -21,4 +21,8 @@ struct Decimal {
 /// |x| to 15 significant digits; x is finite.
 Decimal decimalOf(double x);
 
+/// "0.00123" or "1E-05" of what is there, without sign.
+std::string plainText(const Decimal& d);
+std::string scientificText(const Decimal& d);
+
 } // namespace varnex3::sheet

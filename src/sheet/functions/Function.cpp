@@ -14,19 +14,21 @@ namespace
 std::vector<const FunctionRow*> collectRows()
 {
     std::vector<const FunctionRow*> all;
-    for (const auto family :
-         {mathematicsFunctions(), logicFunctions(), informationFunctions(), lookupFunctions(),
-          matrixFunctions(), aggregateFunctions(), statisticsFunctions(), distributionFunctions(),
-          textFunctions(), dateFunctions(), financialFunctions(), engineeringFunctions()})
+    for (const auto family : {mathematicsFunctions(), logicFunctions(), informationFunctions(),
+                              lookupFunctions(), matrixFunctions(), arrayFunctions(), aggregateFunctions(),
+                              statisticsFunctions(), distributionFunctions(), textFunctions(),
+                              dateFunctions(), financialFunctions(), engineeringFunctions()})
         for (const FunctionRow& row : family) all.push_back(&row);
     std::sort(all.begin(), all.end(), [](const auto* a, const auto* b) { return a->name < b->name; });
     return all;
 }
 
-/// Whole columns and rows hold little: only what is in use counts, but never less than one cell.
+/// Whole columns and rows, and other areas of more than 2^24 cells, hold little: only what is in use counts,
+/// but never less than one cell.
 Area clipped(Environment& environment, Area area)
 {
-    if (area.row1 < kMaxRows - 1 && area.col1 < kMaxColumns - 1) return area;
+    const bool large = static_cast<double>(area.rows()) * area.cols() > 16777216.0;
+    if (!large && area.row1 < kMaxRows - 1 && area.col1 < kMaxColumns - 1) return area;
     const Area used = environment.used(area.sheet);
     area.row1 = std::max(area.row0, std::min(area.row1, used.row1));
     area.col1 = std::max(area.col0, std::min(area.col1, used.col1));

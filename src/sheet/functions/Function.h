@@ -31,7 +31,8 @@ enum class Take : std::uint8_t {
     Any,       // one value of any kind, failures included
     Range,     // a reference, an array or one value, as it is; failures inside are the body's business
     Array,     // like Range, and the argument is evaluated element by element (as in an array formula)
-    Reference, // a reference whose address alone counts: its cells are no precedents of the formula
+    Reference, // a reference whose address alone counts: its cells are no precedents of the formula;
+               // any other value as it is, failures included: what to do with it is the body's business
 };
 
 struct Parameter {
@@ -120,11 +121,12 @@ struct Body {
     Value (*call)(Call&) = nullptr;
     double (*one)(double) = nullptr;
     double (*two)(double, double) = nullptr;
+    bool given = false; // a comparison of `call` with null is no constant under sanitizers
 
     constexpr Body() = default;
-    constexpr Body(Value (*body)(Call&)) : call(body) {}
-    constexpr Body(Value (*body)(Call&), double (*f)(double)) : call(body), one(f) {}
-    constexpr Body(Value (*body)(Call&), double (*f)(double, double)) : call(body), two(f) {}
+    constexpr Body(Value (*body)(Call&)) : call(body), given(true) {}
+    constexpr Body(Value (*body)(Call&), double (*f)(double)) : call(body), one(f), given(true) {}
+    constexpr Body(Value (*body)(Call&), double (*f)(double, double)) : call(body), two(f), given(true) {}
 };
 
 struct FunctionRow {
@@ -223,8 +225,7 @@ constexpr bool wellFormed(std::span<const FunctionRow> rows)
 {
     for (std::size_t i = 0; i < rows.size(); ++i) {
         const FunctionRow& row = rows[i];
-        if (row.name.empty() || row.summary.empty() || row.example.empty() || row.body.call == nullptr)
-            return false;
+        if (row.name.empty() || row.summary.empty() || row.example.empty() || !row.body.given) return false;
         for (char c : row.name)
             if (c >= 'a' && c <= 'z') return false;
         if (i > 0 && !(rows[i - 1].name < row.name)) return false;
@@ -246,6 +247,7 @@ std::span<const FunctionRow> logicFunctions();
 std::span<const FunctionRow> informationFunctions();
 std::span<const FunctionRow> lookupFunctions();
 std::span<const FunctionRow> matrixFunctions();
+std::span<const FunctionRow> arrayFunctions();
 std::span<const FunctionRow> aggregateFunctions();    // SUM, COUNTIF, SUMPRODUCT and the like
 std::span<const FunctionRow> statisticsFunctions();   // descriptive statistics and regression
 std::span<const FunctionRow> distributionFunctions(); // probability distributions and their inverses

@@ -24,7 +24,9 @@ public:
     /// Shows `text` and waits. An empty title stands for none. `Ok` boxes answer Ok.
     virtual Answer messageBox(const std::string& text, Buttons buttons, const std::string& title) = 0;
     virtual void beep() = 0;
-    /// Lets pending user events happen; a click on a Cancel button is noticed here.
+    /// Lets pending user events happen; a click on a Cancel button is noticed here. The status step of an
+    /// optimization calls it for every candidate and does not announce its new label with windowChanged:
+    /// read the label here, as often as the display wants.
     virtual void processEvents() = 0;
     /// A window became visible, changed, or went away. Its contents are read from its view model.
     virtual void windowShown(Window which) = 0;

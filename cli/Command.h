@@ -1,0 +1,48 @@
+// cli/Command.h - the commands of the program, one per file, and their exit codes.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace varnex3::cli {
+
+namespace exitCode {
+inline constexpr int Done = 0;
+inline constexpr int RunFailed = 1;           // the error report is on standard error
+inline constexpr int Refused = 2;             // usage, study or workbook
+inline constexpr int ConstraintsNotMet = 3;   // done, but the best design violates a constraint
+inline constexpr int Cancelled = 130;
+} // namespace exitCode
+
+struct CheckArguments {
+    std::string file; // a study, or a workbook
+    std::string json; // where to write; "-" for standard output; empty for no JSON
+};
+
+struct OptimizeArguments {
+    std::string study;
+    int seed = 0; // 0: from the clock
+    bool quiet = false;
+    std::string onCancel = "ask";
+    std::string json, csv;
+    int maxGens = 0; // 0: as the study says
+};
+
+struct CalcArguments {
+    std::string workbook;
+    std::vector<std::string> set; // CELL=VALUE
+    std::vector<std::string> get; // CELL or AREA
+    std::string json;
+};
+
+struct FunctionsArguments {
+    std::string pattern; // part of a name or summary; empty for all
+    std::string json;
+};
+
+int runCheck(const CheckArguments& arguments);
+int runOptimize(const OptimizeArguments& arguments);
+int runCalc(const CalcArguments& arguments);
+int runFunctions(const FunctionsArguments& arguments);
+
+} // namespace varnex3::cli

@@ -1,0 +1,198 @@
+// cli/Problem.cpp - from the entries of a study to a formulation over workbook cells.
+#include "Problem.h"
+
+#include <fmt/format.h>
+
+#include "host/alg_m_XLinterface.h"
+
+namespace varnex3::cli {
+namespace {
+
+/// Runs work on the host; what it raises becomes a refusal at `place`.
+template <class F>
+auto orRefuse(const Place& place, F&& work)
+{
+    try {
+        return work();
+    } catch (const Raised&) {
+        const std::string description = err().description;
+        caught();
+        throw Refused(place, description);
+    }
+}
+
+class Assembler
+{
+public:
+    explicit Assembler(Problem& problem) : problem_(problem), f_(*problem.formulation) {}
+
+    void run()
+    {
+        for (const StudyParameter& p : problem_.study.parameters) addParameter(p);
+        for (const StudyResponse& r : problem_.study.responses) addResponse(r);
+        for (const StudyConstraint& c : problem_.study.constraints) addConstraint(c);
+        for (const StudyGoal& g : problem_.study.goals) addGoal(g);
+        setOptions(problem_.study.options);
+        setCalculationOrder();
+    }
+
+private:
+    Ref<host::Range> cell(const TextEntry& entry)
+    {
+        Ref<host::Range> range = findRange(*problem_.application, entry.value, entry.place);
+        if (range->Count() != 1)
+            throw Refused(entry.place, fmt::format("\"{}\" is {} cells; one is needed", entry.value, range->Count()));
+        return range;
+    }
+
+    Variant operand(const NumberOrCell& entry)
+    {
+        if (const double* x = std::get_if<double>(&entry.value)) return *x;
+        if (const std::string* reference = std::get_if<std::string>(&entry.value))
+            return cell(TextEntry{*reference, entry.place});
+        return {};
+    }
+
+    /// A cell that must hold a number; an error value or a text is refused with what it holds.
+    Ref<host::Range> numericCell(const TextEntry& entry)
+    {
+        Ref<host::Range> range = cell(entry);
+        const Variant value = range->Value();
+        if (value.asNumber() || value.asBoolean() || value.isEmpty()) return range;
+        throw Refused(entry.place, fmt::format("the cell {} holds {}, not a number", entry.value,
+                                               problem_.application->shownText(*range)));
+    }
+
+    void addParameter(const StudyParameter& entry)
+    {
+        f_.AddX(entry.id);
+        c_Parameter& x = *f_.ItemX(entry.id);
+        x.DefName = entry.name;
+        x.Name = entry.name;
+        x.xType = entry.type;
+        x.mean = numericCell(entry.cell);
+        if (alg_m_XLinterface::CellHasFormula(*x.mean) && isActiveKind(entry.type))
+            throw Refused(entry.cell.place, fmt::format("the cell {} holds a formula; the search would overwrite it",
+                                                        entry.cell.value));
+        x.stdev = entry.stdev.given() ? operand(entry.stdev) : Variant{0.0};
+        for (double value : entry.values) x.AddFV(value);
+        x.SortFV();
+        if (x.numFVs() > 0) {
+            x.SearchMin = x.FeasVals(1);
+            x.SearchMax = x.FeasVals(x.numFVs());
+        }
+    }
+
+    void addResponse(const StudyResponse& entry)
+    {
+        f_.AddY(entry.id);
+        c_Response& y = *f_.ItemY(entry.id);
+        y.DefName = entry.name;
+        y.Name = entry.name;
+        y.Formula = numericCell(entry.cell);
+        y.lsl = operand(entry.lsl);
+        y.usl = operand(entry.usl);
+    }
+
+    void addConstraint(const StudyConstraint& entry)
+    {
+        f_.AddC(entry.id);
+        c_Constraint& c = *f_.ItemC(entry.id);
+        c.DefName = entry.name;
+        c.Name = entry.name;
+        c.y = f_.ItemY(entry.response.value)->Formula;
+        c.Aspect = entry.aspect;
+        c.Oper = entry.oper;
+        c.Reqt = operand(entry.reqt);
+    }
+
+    void addGoal(const StudyGoal& entry)
+    {
+        f_.AddG(entry.id);
+        c_Goal& g = *f_.ItemG(entry.id);
+        g.DefName = entry.name;
+        g.Name = entry.name;
+        g.y = f_.ItemY(entry.response.value)->Formula;
+        g.Aspect = entry.aspect;
+        g.Oper = entry.oper;
+        g.Target = operand(entry.target);
+        g.Priority = entry.priority;
+        g.Weight = operand(entry.weight);
+    }
+
+    void setOptions(const StudyOptions& entry)
+    {
+        c_Options& o = *f_.Options;
+        o.StopRule = entry.StopRule;
+        o.MaxGens = entry.MaxGens;
+        o.GenSize = entry.GenSize;
+        o.Precision = entry.Precision;
+        o.Derivs = entry.Derivs;
+        o.Stats = entry.Stats;
+        o.StoreYs = entry.StoreYs;
+        o.OptTrials = entry.OptTrials;
+        o.dbg = entry.dbg;
+    }
+
+    Long positionOf(const std::string& id) const
+    {
+        for (Long i : oneTo(f_.CountX()))
+            if (f_.Xs->Item(i)->id == id) return i;
+        return 0;
+    }
+
+    void setCalculationOrder()
+    {
+        for (Long i : oneTo(f_.CountX())) f_.CalcSequence(i, i); // natural order
+        Long place = 0;
+        for (const TextEntry& id : problem_.study.calculationOrder) f_.CalcSequence(++place, positionOf(id.value));
+        for (const TextEntry& id : problem_.study.recalculateBefore) f_.RecalcFlags(positionOf(id.value), true);
+    }
+
+    Problem& problem_;
+    c_Formulation& f_;
+};
+
+} // namespace
+
+Ref<host::Workbook> openWorkbook(workbook::EmbeddedApplication& application, const std::string& path)
+{
+    return orRefuse(Place{}, [&] { return application.open(path); });
+}
+
+Ref<host::Range> findRange(workbook::EmbeddedApplication& application, const std::string& reference,
+                           const Place& place)
+{
+    return orRefuse(place, [&] { return application.range(reference); });
+}
+
+Problem loadProblem(const std::string& studyPath)
+{
+    Problem problem;
+    problem.study = readStudy(studyPath);
+    problem.application = std::make_shared<workbook::EmbeddedApplication>();
+    problem.workbook = orRefuse(problem.study.workbookPlace,
+                                [&] { return problem.application->open(problem.study.workbookPath); });
+    problem.application->Calculate();
+    problem.formulation = std::make_shared<c_Formulation>();
+    Assembler(problem).run();
+    return problem;
+}
+
+void validate(Problem& problem)
+{
+    std::string source, cause;
+    Long item = 0;
+    if (problem.formulation->formulationOK(source, item, cause)) return;
+    const Study& study = problem.study;
+    const auto index = static_cast<std::size_t>(item > 0 ? item - 1 : 0);
+    Place place{study.path, 0, ""};
+    if (source == c_Formulation::SOURCEX) place = study.parameters[index].place;
+    if (source == c_Formulation::SOURCEY) place = study.responses[index].place;
+    if (source == c_Formulation::SOURCEC) place = study.constraints[index].place;
+    if (source == c_Formulation::SOURCEG) place = study.goals[index].place;
+    if (source == c_Formulation::SOURCEO && study.options.place.line > 0) place = study.options.place;
+    throw Refused(place, cause);
+}
+
+} // namespace varnex3::cli

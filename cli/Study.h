@@ -1,0 +1,107 @@
+// cli/Study.h - the study file: a TOML text beside the workbook that states the design problem.
+//
+// This is the text as read and checked for form, every entry with the line it stands on. Resolving cells
+// against the workbook and filling a formulation is Problem.h's.
+#pragma once
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace varnex3::cli {
+
+/// Where in the study file something stands.
+struct Place {
+    std::string file;
+    int line = 0;    // from 1; 0 when it stands nowhere (a default)
+    std::string key; // "parameter[2].cell"
+
+    std::string text() const; // "beam.toml:12: parameter[2].cell"
+};
+
+/// A study or workbook that the program refuses: the message says where and what to do. Exit code 2.
+class Refused : public std::runtime_error
+{
+public:
+    explicit Refused(const std::string& message) : std::runtime_error(message) {}
+    Refused(const Place& place, const std::string& message) : std::runtime_error(place.text() + ": " + message) {}
+};
+
+/// A number, a cell (its reference as text), or nothing.
+struct NumberOrCell {
+    std::variant<std::monostate, double, std::string> value;
+    Place place;
+
+    bool given() const { return !std::holds_alternative<std::monostate>(value); }
+};
+
+struct TextEntry {
+    std::string value;
+    Place place;
+};
+
+struct StudyParameter {
+    Place place; // of the whole entry
+    std::string id, name, type;
+    TextEntry cell;
+    std::vector<double> values; // the two ends of `range`, or the list of `values`
+    Place valuesPlace;
+    NumberOrCell stdev;
+};
+
+struct StudyResponse {
+    Place place;
+    std::string id, name;
+    TextEntry cell;
+    NumberOrCell lsl, usl;
+};
+
+struct StudyConstraint {
+    Place place;
+    std::string id, name, aspect, oper;
+    TextEntry response; // id of a response
+    NumberOrCell reqt;
+};
+
+struct StudyGoal {
+    Place place;
+    std::string id, name, aspect, oper;
+    TextEntry response;
+    NumberOrCell target, weight;
+    int priority = 1;
+};
+
+/// The settings of a run under the library's own property names, with this program's defaults.
+struct StudyOptions {
+    Place place;
+    std::string StopRule = "Stop after no change";
+    int MaxGens = 50;
+    int GenSize = 60;
+    double Precision = 0.0001;
+    std::string Derivs = "Quick";
+    std::string Stats = "No Statistics";
+    std::string StoreYs = "Yes";
+    std::string OptTrials = "1000";
+    std::string dbg;
+};
+
+struct Study {
+    std::string path;         // of the study file
+    std::string workbookPath; // resolved against the study's folder
+    Place workbookPlace;
+    std::vector<StudyParameter> parameters;
+    std::vector<StudyResponse> responses;
+    std::vector<StudyConstraint> constraints;
+    std::vector<StudyGoal> goals;
+    StudyOptions options;
+    std::vector<TextEntry> calculationOrder;  // parameter ids; empty: as listed
+    std::vector<TextEntry> recalculateBefore; // parameter ids before which the workbook is recalculated
+};
+
+/// Reads a study file. Raises Refused, naming file, line and key, for a file that cannot be read, TOML
+/// that is none, unknown or missing keys, wrong types and references to ids that do not exist.
+Study readStudy(const std::string& path);
+
+} // namespace varnex3::cli

@@ -1,0 +1,57 @@
+// evaluation/alg_m_Evaluation.cpp - the response step without statistics, and what all steps share.
+#include "evaluation/alg_m_Evaluation.h"
+
+#include <string>
+
+#include "host/alg_m_XLinterface.h"
+#include "ui/Debug.h"
+
+namespace varnex3::alg_m_Evaluation
+{
+
+std::optional<double> specificationLimit(const Variant& limit, const char* procedure)
+{
+    Variant value = limit;
+    if (alg_m_XLinterface::IsRange(limit)) {
+        host::Range& cell = *alg_m_XLinterface::rangeOf(limit);
+        alg_m_XLinterface::CheckCell(cell, procedure, true, false);
+        value = cell.Value();
+    }
+    if (isEmptyText(value)) return std::nullopt;
+    return toDouble(value);
+}
+
+/// Fills a member's row of genY from the response cells of a workbook that holds its values.
+///
+///   1. Debug message.
+///   2. row = the member's row of genY.
+///   3. For each response: its cell must hold a number v, the mean; the standard deviation is 0; the
+///      non-conformance is 1 when v lies strictly outside a limit, else 0.
+///
+/// @raises  513, 515 after showing the offending cell
+void Deterministic_Ys(OptimizationRun& d, Long m)
+{
+    constexpr const char* kName = "Deterministic_Ys";
+    Procedure here{"alg_m_Evaluation", kName};
+
+    here.at(1);
+    if (const std::string& dbg = d.options().dbg; dbg == kName)
+        traceDetail(dbg, kName, "Deterministic_Ys for member " + std::to_string(m));
+    here.at(2);
+    const Long row = d.rowOfY(m);
+    const Long countY = d.f->CountY();
+    here.at(3);
+    for (Long j : oneTo(countY)) {
+        const c_Response& y = required(required(d.f->Ys).Item(j));
+        host::Range& cell = required(y.Formula);
+        alg_m_XLinterface::CheckCell(cell, kName, false, false);
+        const double v = toDouble(cell.Value());
+        const std::optional<double> L = specificationLimit(y.lsl, kName);
+        const std::optional<double> U = specificationLimit(y.usl, kName);
+        d.genY(row, j) = v;
+        d.genY(row, countY + j) = 0.0;
+        d.genY(row, 2 * countY + j) = (L && v < *L) || (U && v > *U) ? 1.0 : 0.0;
+    }
+}
+
+} // namespace varnex3::alg_m_Evaluation

@@ -1,0 +1,364 @@
+// montecarlo/c_MonteCarlo_run.cpp - the trial loop: sample, write, recalculate, read, accumulate.
+//
+// What becomes of the sums is in c_MonteCarlo_statistics.cpp.
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+#include "host/alg_m_XLinterface.h"
+#include "montecarlo/alg_m_LatinHypercube.h"
+#include "montecarlo/c_MonteCarlo.h"
+#include "runtime/Seeds.h"
+#include "stats/alg_m_MersenneTwister.h"
+#include "ui/EntryPoint.h"
+#include "ui/Windows.h"
+#include "ui/interface/UserInterface.h"
+
+namespace varnex3
+{
+namespace
+{
+
+void appendNumber(std::string& text, Long n)
+{
+    std::array<char, 12> digits{};
+    const auto [end, error] = std::to_chars(digits.data(), digits.data() + digits.size(), n);
+    text.append(digits.data(), end);
+}
+
+/// A specification limit as a trial needs it: none, a number, or a cell to be read each time.
+class Limit
+{
+public:
+    explicit Limit(const Variant& property)
+    {
+        if (alg_m_XLinterface::IsRange(property))
+            cell_ = alg_m_XLinterface::rangeOf(property);
+        else
+            take(property);
+    }
+
+    /// Reads the cell again; raises 513 or 515 for a bad one.
+    void refresh()
+    {
+        if (!cell_) return;
+        alg_m_XLinterface::CheckCell(*cell_, "RunMC", true, false);
+        take(cell_->Value());
+    }
+
+    bool isSet() const { return set_; }
+    double value() const { return value_; }
+
+private:
+    void take(const Variant& v)
+    {
+        set_ = isNumeric(v) && !isEmptyText(v);
+        if (set_) value_ = toDouble(v);
+    }
+
+    Ref<host::Range> cell_;
+    bool set_ = false;
+    double value_ = 0.0;
+};
+
+struct Limits {
+    Limit lower, upper;
+};
+
+} // namespace
+
+struct c_MonteCarlo::Run {
+    Array2<double> probabilities; // trial of the batch x parameter
+    Array1<std::string> savedFormulas;
+    Array1<double> yRow;
+    // The formulation as the trials use it, looked up once.
+    Array1<Ref<c_Parameter>> xs;
+    Array1<Ref<host::Range>> xCells, yCells;
+    std::vector<Limits> limits; // by response
+    Array1<Long> sequence;      // parameter written in place i
+    Array1<char> recalcFirst;   // by parameter
+    std::string errorText;      // of the draw that failed
+    std::string status;         // reused
+    bool formulasSaved = false;
+    bool hostChanged = false;
+};
+
+/// Runs the trials and computes the statistics.
+///
+///    1. Nothing to run: False.
+///    2. At least 50 trials, batches of 50 to all of them.
+///    3. The stream restarts from randSeed, which is made up when it is none.
+///    4. Working arrays.  5. Sums to 0.
+///    6. The content of every parameter's cell is saved.  7. InitDist of every parameter.
+///    8. The progress window.  9. The host: manual calculation, screen updating off.
+///   10. Unusable correlations are switched off.  11. The setup macro.  12. Contributions to 0.
+///   14. The trials, in batches.
+///   15. The cells get their content back; statistics; the host gets its state back.
+///
+/// @param dbg     shows three message boxes on the way
+/// @param forOpt  no window, no status, no cancel, no setup macro: a run for one candidate
+/// @return        True when all trials completed
+/// @draws         those of CreateInputMatrix at the first trial of every batch
+/// @raises        nothing: errors are reported, cells and host put back, and the answer is False
+bool c_MonteCarlo::RunMC(bool dbg, bool forOpt)
+{
+    if (CountX() < 1 || CountY() < 1) return false;
+
+    Procedure here{"c_MonteCarlo", "RunMC"};
+    Run run;
+    forOpt_ = forOpt;
+    try {
+        return runTrials(here, run, dbg);
+    } catch (...) {
+        reportError(here);
+        if (run.formulasSaved) // one cell that the host refuses does not keep the others from theirs
+            for (Long i : oneTo(run.savedFormulas.size())) attempt([&] { restoreFormula(run, i); });
+        if (run.hostChanged) attempt([&] { RestoreHostState(); });
+        attempt([&] { // a run cut short gives back what it had set aside for the rest
+            sorted_.shrinkToFit();
+            xUnsorted_.shrinkToFit();
+            yUnsorted_.shrinkToFit();
+        });
+        return false;
+    }
+}
+
+bool c_MonteCarlo::runTrials(Procedure& here, Run& run, bool dbg)
+{
+    const Long nx = CountX(), ny = CountY();
+    c_Formulation& f = *formulation_;
+    host::Application& host = required(application_);
+
+    here.at(2);
+    numTrials = std::max(numTrials, kMinTrials);
+    sampleSize = std::min(std::max(sampleSize, kMinTrials), numTrials);
+
+    here.at(3);
+    if (randSeed < 1) randSeed = freshSeed();
+    alg_m_MersenneTwister::InitRandom(randSeed);
+
+    here.at(4);
+    run.probabilities.resize(sampleSize, nx);
+    run.savedFormulas.resize(nx);
+    run.yRow.resize(ny);
+    trialX_.resize(nx);
+    lastTrial_ = 0;
+    yStats_.resize(ny, 7);
+    moments_.resize(ny);
+    limitsCrossed_.assign(static_cast<std::size_t>(ny), 0);
+    rankCorrelations_.resize(nx, ny);
+    varContribs_.resize(nx, ny);
+    xUnsorted_.resize(0, nx);
+    yUnsorted_.resize(0, ny);
+    sorted_.resize(2, ny, 0);
+    xUnsorted_.reserveRows(numTrials);
+    yUnsorted_.reserveRows(numTrials);
+    sorted_.reserveLast(numTrials);
+
+    here.at(5);
+    if (dbg) ui::showMessage("zeroing Y sums");
+    ySums_.resize(ny, 6);
+
+    here.at(6);
+    for (Long i : oneTo(nx)) run.savedFormulas(i) = required(f.Xs->Item(i)->mean).Formula();
+    run.formulasSaved = true;
+
+    here.at(7);
+    if (dbg) ui::showMessage("initializing X's");
+    for (Long i : oneTo(nx)) f.Xs->Item(i)->InitDist();
+
+    here.at(8);
+    if (!forOpt_) monteCarloStatusWindow().Initialize();
+
+    here.at(9);
+    calculation_ = host.Calculation();
+    run.hostChanged = true;
+    host.Calculation(host::kCalculationManual);
+    host.ScreenUpdating(false);
+
+    here.at(10);
+    if (correlationsUnusable_) useCorrelations = false;
+
+    here.at(11);
+    if (!forOpt_ && !SetupMacroName.empty()) {
+        const Variant collections[] = {Variant(f.Xs), Variant(f.Ys)};
+        host.Run(corvaneFileName_ + "!" + SetupMacroName, collections);
+    }
+
+    here.at(12);
+    varContribs_.fill(0.0);
+
+    here.at(13);
+    if (dbg) ui::showMessage("starting trials");
+    for (Long i : oneTo(nx)) {
+        run.xs.append(f.Xs->Item(i));
+        run.xCells.append(f.Xs->Item(i)->mean);
+        run.sequence.append(f.CalcSequence(i));
+        run.recalcFirst.append(f.RecalcFlags(i) ? 1 : 0);
+    }
+    for (Long j : oneTo(ny)) {
+        c_Response& y = *f.Ys->Item(j);
+        required(y.Formula);
+        run.yCells.append(y.Formula);
+        run.limits.push_back({Limit(y.lsl), Limit(y.usl)});
+    }
+
+    const Long refresh = refreshRate_ < 1 ? kDefaultRefreshRate : refreshRate_;
+    std::string& status = run.status;
+    for (Long t : oneTo(numTrials)) {
+        here.at(1401);
+        const Long pos = (t - 1) % sampleSize + 1;
+        if (pos == 1) {
+            here.at(1402);
+            ReportProgress("Creating batch of parameter values.", t, numTrials);
+            alg_m_LatinHypercube::CreateInputMatrix(run.probabilities, corrMatrix_, useLHS, useCorrelations);
+        }
+        here.at(1403);
+        if (!forOpt_) {
+            status.assign("Running trial ");
+            appendNumber(status, t);
+            status.append(" of ");
+            appendNumber(status, numTrials);
+            ReportProgress(status, t, numTrials);
+        }
+        here.at(1404);
+        if (!drawTrial(run, pos)) {
+            RestoreHostState();
+            restoreFormulas(run);
+            return false;
+        }
+        here.at(1405);
+        if (t % refresh == 0)
+            host.ScreenUpdating(true);
+        else if (host.ScreenUpdating())
+            host.ScreenUpdating(false);
+        alg_m_XLinterface::Recalc(host);
+        here.at(1406);
+        readResponses(run);
+        here.at(1407);
+        AddToArrays(trialX_, run.yRow, t);
+        here.at(1408);
+        if (pos == sampleSize) CalcRankCorrelation(sampleSize, t);
+        here.at(1409);
+        lastTrial_ = t;
+        here.at(1410);
+        accumulate(run, t);
+    }
+
+    here.at(1501);
+    restoreFormulas(run);
+    here.at(1502);
+    CalcStatistics();
+    here.at(1503);
+    RestoreHostState();
+    return true;
+}
+
+/// Draws a value for every parameter in calculation order and writes it to its cell. False when a draw
+/// left a reason in the run's error text.
+bool c_MonteCarlo::drawTrial(Run& run, Long pos)
+{
+    for (Long i : oneTo(run.sequence.size())) {
+        const Long k = run.sequence(i);
+        if (run.recalcFirst(k)) alg_m_XLinterface::Recalc(*application_);
+        run.errorText.clear();
+        c_Parameter& x = *run.xs(k);
+        const double v = x.RandVal(run.probabilities(pos, k), run.errorText);
+        trialX_(k) = v;
+        if (!run.errorText.empty()) return false;
+        if (x.xType != xTypes::Constant) run.xCells(k)->Value(v); // a constant's cell is never written
+    }
+    return true;
+}
+
+void c_MonteCarlo::readResponses(Run& run)
+{
+    for (Long j : oneTo(run.yCells.size())) {
+        host::Range& cell = *run.yCells(j);
+        alg_m_XLinterface::CheckCell(cell, "RunMC", false, false);
+        run.yRow(j) = toDouble(cell.Value());
+    }
+}
+
+/// Adds the trial's responses to the sums of powers and marks those outside a limit.
+void c_MonteCarlo::accumulate(Run& run, Long t)
+{
+    for (Long j : oneTo(run.yRow.size())) {
+        const double y = run.yRow(j);
+        ySums_(j, 1) += y;
+        ySums_(j, 2) += y * y;
+        ySums_(j, 3) += y * y * y;
+        ySums_(j, 4) += y * y * y * y;
+        moments_(j).add(y);
+
+        double mark = 1.0;
+        Limits& limits = run.limits[static_cast<std::size_t>(j - 1)];
+        limits.lower.refresh();
+        if (limits.lower.isSet() && y < limits.lower.value()) {
+            ySums_(j, 5) += 1.0;
+            mark = 0.0;
+        }
+        limits.upper.refresh();
+        if (limits.upper.isSet() && y > limits.upper.value()) {
+            ySums_(j, 6) += 1.0;
+            mark = 0.0;
+        }
+        sorted_(2, j, t) = mark;
+        if (limits.lower.isSet() && limits.upper.isSet() && limits.lower.value() > limits.upper.value())
+            limitsCrossed_[static_cast<std::size_t>(j - 1)] = 1;
+    }
+}
+
+/// Writes the saved content back into a parameter's cell. A constant's cell was never written.
+void c_MonteCarlo::restoreFormula(const Run& run, Long i)
+{
+    c_Parameter& x = *formulation_->Xs->Item(i);
+    if (x.xType != xTypes::Constant) required(x.mean).Formula(run.savedFormulas(i));
+}
+
+void c_MonteCarlo::restoreFormulas(const Run& run)
+{
+    for (Long i : oneTo(run.savedFormulas.size())) restoreFormula(run, i);
+}
+
+/// One status step of a stand-alone run.
+/// @raises 18 when the user has asked to cancel
+void c_MonteCarlo::ReportProgress(const std::string& text, Long i, Long n)
+{
+    if (forOpt_) return;
+    required(application_).StatusBar(text);
+    alg_f_MonteCarloStatus& window = monteCarloStatusWindow();
+    if (window.cancelRequest) {
+        window.cancelRequest = false;
+        raise(errors::UserInterrupt);
+    }
+    window.UpdateMe(text, i, n);
+    ui::userInterface().processEvents();
+}
+
+void c_MonteCarlo::RestoreHostState()
+{
+    host::Application& host = required(application_);
+    if (monteCarloStatusWindow().visible) monteCarloStatusWindow().Unload();
+    host.ScreenUpdating(true);
+    host.StatusBar(false);
+    host.Calculation(calculation_);
+}
+
+/// Keeps the trial's values: appended to every store, whose room was made before the first trial.
+void c_MonteCarlo::AddToArrays(const Array1<double>& xRow, const Array1<double>& yRow, Long t)
+{
+    Procedure here{"c_MonteCarlo", "AddToArrays"};
+
+    here.at(1);
+    yUnsorted_.resizeRowsKeep(t);
+    xUnsorted_.resizeRowsKeep(t);
+    sorted_.resizeLastKeep(t);
+    here.at(2);
+    std::copy(xRow.begin(), xRow.end(), xUnsorted_.row(t).begin());
+    here.at(3);
+    std::copy(yRow.begin(), yRow.end(), yUnsorted_.row(t).begin());
+    for (Long j : oneTo(yRow.size())) sorted_(1, j, t) = yRow(j);
+}
+
+} // namespace varnex3
