@@ -318,7 +318,8 @@ bool Compiler::countsFit(const FunctionRow& row, Index count)
     if (group <= 1 || n <= p.count) return true;
     const bool mayStopInside = std::any_of(p.items.begin() + (p.count - group), p.items.begin() + p.count,
                                            [](const Parameter& q) { return q.optional; });
-    return mayStopInside || (n - p.count) % group == 0;
+    // The value that SWITCH gives when nothing fits stands alone at the end.
+    return mayStopInside || (n - p.count) % group == 0 || row.name == "SWITCH";
 }
 
 void Compiler::call(const Tree& tree, const Node& n, Mode mode)

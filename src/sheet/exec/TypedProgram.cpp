@@ -23,6 +23,40 @@ double foldRun(const Value* first, std::uint32_t count, double start, F f)
 
 } // namespace
 
+/// One operation for `count` formulas; false when a result is no finite number.
+bool TypedProgram::repeat(Value* values, const TypedInstruction& in, const TypedInstruction& stride,
+                          std::uint32_t count) const
+{
+    std::uint32_t a = in.a, b = in.b, c = in.c, e = in.e, d = in.d;
+    bool finite = true;
+    const auto each = [&](auto operation) {
+        for (std::uint32_t k = 0; k < count; ++k) {
+            const double r = operation(values + a, values + b, values + c, values + e);
+            finite = finite && isFinite(r);
+            values[d].setNumber(r);
+            a += stride.a;
+            b += stride.b;
+            c += stride.c;
+            e += stride.e;
+            d += stride.d;
+        }
+    };
+    switch (in.op) {
+#define VARNEX3_REPEATED(name, result)                                                                       \
+    case TypedOp::name:                                                                                      \
+        each([&](const Value* pa, const Value* pb, const Value* pc, const Value* pe) {                       \
+            [[maybe_unused]] const double x = pa->number(), y = pb->number(), z = pc->number(),              \
+                                          w = pe->number();                                                  \
+            return result;                                                                                   \
+        });                                                                                                  \
+        break;
+        VARNEX3_TYPED_OPERATIONS(VARNEX3_REPEATED)
+#undef VARNEX3_REPEATED
+    default: return false;
+    }
+    return finite;
+}
+
 std::uint32_t TypedProgram::run(Value* values, std::uint32_t begin, std::uint32_t end) const
 {
     const TypedInstruction* code = instructions.data();
@@ -31,64 +65,15 @@ std::uint32_t TypedProgram::run(Value* values, std::uint32_t begin, std::uint32_
         const TypedInstruction& in = code[at];
         double r = 0.0;
         switch (in.op) {
-        case TypedOp::Copy: r = number(in.a); break;
-        case TypedOp::Add: r = number(in.a) + number(in.b); break;
-        case TypedOp::Subtract: r = number(in.a) - number(in.b); break;
-        case TypedOp::Multiply: r = number(in.a) * number(in.b); break;
-        case TypedOp::Divide: r = number(in.a) / number(in.b); break;
-        case TypedOp::Power:
-            r = number(in.a) == 0.0 && number(in.b) < 0.0 ? HUGE_VAL : power(number(in.a), number(in.b));
-            break;
-        case TypedOp::Negate: r = -number(in.a); break;
-        case TypedOp::Percent: r = number(in.a) / 100.0; break;
-        case TypedOp::FinalAdd: r = cancelled(number(in.a) + number(in.b), number(in.a)); break;
-        case TypedOp::FinalSubtract: r = cancelled(number(in.a) - number(in.b), number(in.a)); break;
-
-        case TypedOp::AddProduct: r = number(in.a) + number(in.b) * number(in.c); break;
-        case TypedOp::ProductAdd: r = number(in.a) * number(in.b) + number(in.c); break;
-        case TypedOp::SubtractProduct: r = number(in.a) - number(in.b) * number(in.c); break;
-        case TypedOp::ProductSubtract: r = number(in.a) * number(in.b) - number(in.c); break;
-        case TypedOp::ProductSum: r = number(in.a) * number(in.b) + number(in.c) * number(in.e); break;
-        case TypedOp::ProductDifference: r = number(in.a) * number(in.b) - number(in.c) * number(in.e); break;
-        case TypedOp::FinalAddProduct:
-            r = cancelled(number(in.a) + number(in.b) * number(in.c), number(in.a));
-            break;
-        case TypedOp::FinalSubtractProduct:
-            r = cancelled(number(in.a) - number(in.b) * number(in.c), number(in.a));
-            break;
-        case TypedOp::FinalProductAdd: {
-            const double product = number(in.a) * number(in.b);
-            r = cancelled(product + number(in.c), product);
-            break;
-        }
-        case TypedOp::FinalProductSubtract: {
-            const double product = number(in.a) * number(in.b);
-            r = cancelled(product - number(in.c), product);
-            break;
-        }
-        case TypedOp::FinalProductSum: {
-            const double product = number(in.a) * number(in.b);
-            r = cancelled(product + number(in.c) * number(in.e), product);
-            break;
-        }
-        case TypedOp::FinalProductDifference: {
-            const double product = number(in.a) * number(in.b);
-            r = cancelled(product - number(in.c) * number(in.e), product);
-            break;
-        }
-
-        case TypedOp::Equal: r = compareNumbers(number(in.a), number(in.b)) == 0 ? 1.0 : 0.0; break;
-        case TypedOp::NotEqual: r = compareNumbers(number(in.a), number(in.b)) != 0 ? 1.0 : 0.0; break;
-        case TypedOp::Less: r = compareNumbers(number(in.a), number(in.b)) < 0 ? 1.0 : 0.0; break;
-        case TypedOp::LessEqual: r = compareNumbers(number(in.a), number(in.b)) <= 0 ? 1.0 : 0.0; break;
-        case TypedOp::Greater: r = compareNumbers(number(in.a), number(in.b)) > 0 ? 1.0 : 0.0; break;
-        case TypedOp::GreaterEqual: r = compareNumbers(number(in.a), number(in.b)) >= 0 ? 1.0 : 0.0; break;
-        case TypedOp::Not: r = number(in.a) == 0.0 ? 1.0 : 0.0; break;
-        case TypedOp::Both: r = number(in.a) != 0.0 && number(in.b) != 0.0 ? 1.0 : 0.0; break;
-        case TypedOp::Either: r = number(in.a) != 0.0 || number(in.b) != 0.0 ? 1.0 : 0.0; break;
-
-        case TypedOp::One: r = ones[in.b](number(in.a)); break;
-        case TypedOp::Two: r = twos[in.c](number(in.a), number(in.b)); break;
+#define VARNEX3_SINGLE(name, result)                                                                         \
+    case TypedOp::name: {                                                                                    \
+        [[maybe_unused]] const double x = number(in.a), y = number(in.b), z = number(in.c),                  \
+                                      w = number(in.e);                                                      \
+        r = result;                                                                                          \
+        break;                                                                                               \
+    }
+            VARNEX3_TYPED_OPERATIONS(VARNEX3_SINGLE)
+#undef VARNEX3_SINGLE
 
         case TypedOp::SumRun:
             r = foldRun(values + in.a, in.c, number(in.b), [](double s, double x) { return s + x; });
@@ -110,6 +95,11 @@ std::uint32_t TypedProgram::run(Value* values, std::uint32_t begin, std::uint32_
             if (number(in.a) == 0.0) at = in.d - 1;
             continue;
         case TypedOp::Jump: at = in.d - 1; continue;
+        case TypedOp::Repeat:
+            for (std::uint32_t k = 0; k < in.b; ++k)
+                if (!repeat(values, code[at + 1 + 2 * k], code[at + 2 + 2 * k], in.a)) return at;
+            at += 2 * in.b;
+            continue;
         }
         if (!isFinite(r)) return at;
         values[in.d].setNumber(r);

@@ -14,47 +14,50 @@
 namespace varnex3::sheet
 {
 
+/// The operations that work on up to four numbers x, y, z, w and give one: name, result. Products and sums
+/// round separately; a Final one stands at the end of a formula, where a sum that cancels is 0.
+#define VARNEX3_TYPED_OPERATIONS(OPERATION)                                                                  \
+    OPERATION(Copy, x)                                                                                       \
+    OPERATION(Add, x + y)                                                                                    \
+    OPERATION(Subtract, x - y)                                                                               \
+    OPERATION(Multiply, x* y)                                                                                \
+    OPERATION(Divide, x / y)                                                                                 \
+    OPERATION(Power, x == 0.0 && y < 0.0 ? HUGE_VAL : power(x, y))                                           \
+    OPERATION(Negate, -x)                                                                                    \
+    OPERATION(Percent, x / 100.0)                                                                            \
+    OPERATION(FinalAdd, cancelled(x + y, x))                                                                 \
+    OPERATION(FinalSubtract, cancelled(x - y, x))                                                            \
+    OPERATION(AddProduct, x + y * z)                                                                         \
+    OPERATION(SubtractProduct, x - y * z)                                                                    \
+    OPERATION(ProductAdd, x* y + z)                                                                          \
+    OPERATION(ProductSubtract, x* y - z)                                                                     \
+    OPERATION(ProductSum, x* y + z * w)                                                                      \
+    OPERATION(ProductDifference, x* y - z * w)                                                               \
+    OPERATION(FinalAddProduct, cancelled(x + y * z, x))                                                      \
+    OPERATION(FinalSubtractProduct, cancelled(x - y * z, x))                                                 \
+    OPERATION(FinalProductAdd, cancelled(x* y + z, x * y))                                                   \
+    OPERATION(FinalProductSubtract, cancelled(x* y - z, x * y))                                              \
+    OPERATION(FinalProductSum, cancelled(x* y + z * w, x * y))                                               \
+    OPERATION(FinalProductDifference, cancelled(x* y - z * w, x * y))                                        \
+    OPERATION(Equal, compareNumbers(x, y) == 0 ? 1.0 : 0.0)                                                  \
+    OPERATION(NotEqual, compareNumbers(x, y) != 0 ? 1.0 : 0.0)                                               \
+    OPERATION(Less, compareNumbers(x, y) < 0 ? 1.0 : 0.0)                                                    \
+    OPERATION(LessEqual, compareNumbers(x, y) <= 0 ? 1.0 : 0.0)                                              \
+    OPERATION(Greater, compareNumbers(x, y) > 0 ? 1.0 : 0.0)                                                 \
+    OPERATION(GreaterEqual, compareNumbers(x, y) >= 0 ? 1.0 : 0.0)                                           \
+    OPERATION(Not, x == 0.0 ? 1.0 : 0.0)                                                                     \
+    OPERATION(Both, x != 0.0 && y != 0.0 ? 1.0 : 0.0)                                                        \
+    OPERATION(Either, x != 0.0 || y != 0.0 ? 1.0 : 0.0)                                                      \
+    OPERATION(One, ones[in.b](x))                                                                            \
+    OPERATION(Two, twos[in.c](x, y))
+
+/// The operands a, b, c and e are x, y, z and w, and d takes the result.
 enum class TypedOp : std::uint16_t {
-    Copy,     // d = a
-    Add,      // d = a + b
-    Subtract, // d = a - b
-    Multiply, // d = a * b
-    Divide,   // d = a / b
-    Power,    // d = a ^ b
-    Negate,   // d = -a
-    Percent,  // d = a / 100
+#define VARNEX3_NAME(name, result) name,
+    VARNEX3_TYPED_OPERATIONS(VARNEX3_NAME)
+#undef VARNEX3_NAME
 
-    FinalAdd,      // d = a + b, 0 when it cancels
-    FinalSubtract, // d = a - b, 0 when it cancels
-
-    // Products and sums round separately.
-    AddProduct,        // d = a + b * c
-    ProductAdd,        // d = a * b + c
-    SubtractProduct,   // d = a - b * c
-    ProductSubtract,   // d = a * b - c
-    ProductSum,        // d = a * b + c * e
-    ProductDifference, // d = a * b - c * e
-    FinalAddProduct,   // the same six, 0 when the sum cancels
-    FinalProductAdd,
-    FinalSubtractProduct,
-    FinalProductSubtract,
-    FinalProductSum,
-    FinalProductDifference,
-
-    Equal, // d = 1 or 0
-    NotEqual,
-    Less,
-    LessEqual,
-    Greater,
-    GreaterEqual,
-    Not,  // d = a is 0
-    Both, // d = a and b
-    Either,
-
-    One, // d = ones[b](a)
-    Two, // d = twos[c](a, b)
-
-    SumRun,        // d = b + the c numbers from slot a on, one by one
+        SumRun,    // d = b + the c numbers from slot a on, one by one
     SumSquaresRun, // d = b + their squares
     ProductRun,    // d = b * the numbers
     LeastRun,      // d = the least of b and the numbers
@@ -62,6 +65,10 @@ enum class TypedOp : std::uint16_t {
 
     JumpIfZero, // a is 0: go to instruction d
     Jump,       // go to instruction d
+
+    /// The b operations that follow, each with an instruction that holds the strides of its operands: every
+    /// one is done for a neighbouring formulas before the next one starts.
+    Repeat,
 };
 
 struct TypedInstruction {
@@ -77,6 +84,10 @@ struct TypedProgram {
     /// Runs instructions [begin, end) over the slots at `values`. Stops before the first one whose result is
     /// no finite number, and gives its position; else `end`.
     std::uint32_t run(Value* values, std::uint32_t begin, std::uint32_t end) const;
+
+private:
+    bool repeat(Value* values, const TypedInstruction& in, const TypedInstruction& stride,
+                std::uint32_t count) const;
 };
 
 } // namespace varnex3::sheet

@@ -428,6 +428,27 @@ void Recalculation::build(Plan& plan)
         plan.steps.back().last = i + 1;
         plan.steps.back().end = static_cast<std::uint32_t>(plan.program.instructions.size());
     }
+    // Joined are formulas of one step, one level and one code.
+    std::vector<std::uint64_t> groups;
+    std::uint64_t group = 0;
+    for (Step& step : plan.steps) {
+        if (!step.typed) continue;
+        step.begin = static_cast<std::uint32_t>(groups.size());
+        for (std::uint32_t i = step.first; i < step.last; ++i) {
+            const FormulaId f = order.formulas[i], before = order.formulas[i > 0 ? i - 1 : 0];
+            const bool same = i > step.first && levels[f] == levels[before] &&
+                              formulas_.cell(f).code == formulas_.cell(before).code;
+            groups.push_back(same ? group : ++group);
+        }
+    }
+    joinRepeats(plan.program, plan.starts, groups, pool_);
+    for (Step& step : plan.steps) {
+        if (!step.typed) continue;
+        const std::size_t next = step.begin + (step.last - step.first);
+        step.begin = plan.starts[step.begin];
+        step.end = next < plan.starts.size() ? plan.starts[next]
+                                             : static_cast<std::uint32_t>(plan.program.instructions.size());
+    }
     std::sort(plan.operands.begin(), plan.operands.end());
     plan.operands.erase(std::unique(plan.operands.begin(), plan.operands.end()), plan.operands.end());
     plan.built = true;
@@ -442,7 +463,9 @@ void Recalculation::runBuilt(Plan& plan)
         if (step.typed) {
             const std::uint32_t stop = plan.program.run(store_.values(), step.begin, step.end);
             if (stop != step.end) {
-                const auto at = std::upper_bound(plan.starts.begin(), plan.starts.end(), stop) - 1;
+                const auto after = std::upper_bound(plan.starts.begin(), plan.starts.end(), stop);
+                // Formulas that are worked out together start over together.
+                const auto at = std::lower_bound(plan.starts.begin(), after, *(after - 1));
                 const std::uint32_t position =
                     plan.typedAt[static_cast<std::size_t>(at - plan.starts.begin())];
                 if (plan.marksDirty)
