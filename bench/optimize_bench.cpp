@@ -136,7 +136,7 @@ Outcome optimize(const Model& model)
     optimization.PrintFinalMacro("final");
     if (!optimization.Optimize(*f, mc)) std::abort();
     setSeedSource({});
-    return {optimization.Summary().evaluations, toDouble(model.cells[10]->Value())};
+    return {optimization.LastRun().evaluations, toDouble(model.cells[10]->Value())};
 }
 
 const Model& plain()

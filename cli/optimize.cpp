@@ -120,7 +120,7 @@ public:
         const bool ended = optimization.Optimize(f_, monteCarlo);
         result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
         setSeedSource({});
-        result.summary = optimization.Summary();
+        result.summary = optimization.LastRun();
         result.cancelled = result.summary.cancelled;
         result.keptBest = terminal.keptBest();
         result.completed = ended && !result.cancelled;
@@ -137,9 +137,9 @@ private:
         monteCarlo.CorvaneFileName(problem_.workbook->Name());
         if (f_.Options->Stats != statsMethods::MonteCarlo) return;
         monteCarlo.LoadFormulation(problem_.formulation);
-        monteCarlo.numTrials(toLong(Variant{f_.Options->OptTrials}));
-        monteCarlo.sampleSize(toLong(Variant{f_.Options->OptTrials}));
-        monteCarlo.useLHS(true);
+        monteCarlo.numTrials = toLong(Variant{f_.Options->OptTrials});
+        monteCarlo.sampleSize = toLong(Variant{f_.Options->OptTrials});
+        monteCarlo.useLHS = true;
         monteCarlo.alpha(0.05);
         monteCarlo.refreshRate(1000);
     }

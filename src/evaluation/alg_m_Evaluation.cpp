@@ -1,6 +1,7 @@
-// evaluation/alg_m_Evaluation.cpp - the response step without statistics, and what all steps share.
+// evaluation/alg_m_Evaluation.cpp - the response step without statistics.
 #include "evaluation/alg_m_Evaluation.h"
 
+#include <optional>
 #include <string>
 
 #include "host/alg_m_XLinterface.h"
@@ -8,18 +9,6 @@
 
 namespace varnex3::alg_m_Evaluation
 {
-
-std::optional<double> specificationLimit(const Variant& limit, const char* procedure)
-{
-    Variant value = limit;
-    if (alg_m_XLinterface::IsRange(limit)) {
-        host::Range& cell = *alg_m_XLinterface::rangeOf(limit);
-        alg_m_XLinterface::CheckCell(cell, procedure, true, false);
-        value = cell.Value();
-    }
-    if (isEmptyText(value)) return std::nullopt;
-    return toDouble(value);
-}
 
 /// Fills a member's row of genY from the response cells of a workbook that holds its values.
 ///
@@ -46,8 +35,8 @@ void Deterministic_Ys(OptimizationRun& d, Long m)
         host::Range& cell = required(y.Formula);
         alg_m_XLinterface::CheckCell(cell, kName, false, false);
         const double v = toDouble(cell.Value());
-        const std::optional<double> L = specificationLimit(y.lsl, kName);
-        const std::optional<double> U = specificationLimit(y.usl, kName);
+        const std::optional<double> L = alg_m_XLinterface::specificationLimit(y.lsl, kName);
+        const std::optional<double> U = alg_m_XLinterface::specificationLimit(y.usl, kName);
         d.genY(row, j) = v;
         d.genY(row, countY + j) = 0.0;
         d.genY(row, 2 * countY + j) = (L && v < *L) || (U && v > *U) ? 1.0 : 0.0;

@@ -4,7 +4,7 @@
 // The dispatch (EvaluateGen) is the search's, in optimizer/.
 #pragma once
 
-#include <optional>
+#include <string>
 
 #include "evaluation/OptimizationRun.h"
 
@@ -17,9 +17,18 @@ void Deterministic_Ys(OptimizationRun& d, Long m);
 /// Statistics of a simulation of the member, whose values this step writes itself.
 void MonteCarlo_Ys(OptimizationRun& d, Long member);
 
-/// A specification limit as a number; nothing when it is empty or an empty cell.
-/// @param procedure  source of the error that a bad cell raises
-/// @raises           513, 515 after showing the cell; 13 for a text that is no number
-std::optional<double> specificationLimit(const Variant& limit, const char* procedure);
+/// Statistics predicted from derivatives around the member's values; order 2 shifts the means.
+void SensAnalysis_Ys(OptimizationRun& d, Long member, Long order);
+
+// The derivatives of every response with respect to every parameter, response x parameter; 0 for a parameter
+// that does not vary. derivs2 is all 0 unless the order is 2.
+void CalcAllDerivsQuick(OptimizationRun& d, Array2<double>& Derivs1, Array2<double>& derivs2,
+                        const Array1<double>& xStDevs, Long order);
+void CalcAllDerivsAccurate(OptimizationRun& d, Array2<double>& Derivs1, Array2<double>& derivs2,
+                           const Array1<double>& xStDevs, Long order);
+
+/// What to tell the user when the step of the quick derivatives at `mean` is so small beside the standard
+/// deviation that second differences are rounding noise; empty when it is not.
+std::string quickStepWarning(const c_Parameter& x, double mean, double stdev);
 
 } // namespace varnex3::alg_m_Evaluation

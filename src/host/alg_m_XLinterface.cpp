@@ -177,4 +177,16 @@ Variant valueOf(const Variant& property)
     return range ? range->Value() : property;
 }
 
+std::optional<double> specificationLimit(const Variant& limit, const char* procedureName)
+{
+    Variant value = limit;
+    if (IsRange(limit)) {
+        host::Range& cell = *rangeIn(limit);
+        CheckCell(cell, procedureName, true, false);
+        value = cell.Value();
+    }
+    if (isEmptyText(value)) return std::nullopt;
+    return toDouble(value);
+}
+
 } // namespace varnex3::alg_m_XLinterface

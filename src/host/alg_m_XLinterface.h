@@ -3,6 +3,7 @@
 // The reports of the optimizer, which belong to this module too, are in optimizer/ (they need the run record).
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "host/interface/Host.h"
@@ -41,5 +42,10 @@ Ref<host::Range> rangeOf(const Variant& v);
 /// A property that may hold a number or a range, as its plain value: the cell's value for a range
 /// (unchecked), the held value otherwise.
 Variant valueOf(const Variant& property);
+
+/// A specification limit as a number; nothing when it is empty or an empty cell.
+/// @param procedureName  source of the error that a bad cell raises
+/// @raises               513, 515 after showing the cell; 13 for a text that is no number
+std::optional<double> specificationLimit(const Variant& limit, const char* procedureName);
 
 } // namespace varnex3::alg_m_XLinterface

@@ -18,28 +18,27 @@ constexpr Long kMomentPoints = 200; // of the grid for the moments of a distribu
 
 using ResponseStep = void (*)(OptimizationRun& d, Long m);
 
+void firstOrder(OptimizationRun& d, Long m) { alg_m_Evaluation::SensAnalysis_Ys(d, m, 1); }
+void secondOrder(OptimizationRun& d, Long m) { alg_m_Evaluation::SensAnalysis_Ys(d, m, 2); }
+
 struct Method {
     const char* stats;
-    ResponseStep step;      // none: this build cannot compute it
+    ResponseStep step;
     bool writesInputsFirst; // otherwise the step writes them itself
 };
 
 constexpr Method kMethods[] = {
     {statsMethods::None, alg_m_Evaluation::Deterministic_Ys, true},
-    {statsMethods::FirstOrder, nullptr, true},
-    {statsMethods::SecondOrder, nullptr, true},
+    {statsMethods::FirstOrder, firstOrder, true},
+    {statsMethods::SecondOrder, secondOrder, true},
     {statsMethods::MonteCarlo, alg_m_Evaluation::MonteCarlo_Ys, false},
 };
 
 /// The method of that name; for any other name one that computes nothing.
 Method methodOf(const std::string& stats)
 {
-    for (const Method& method : kMethods) {
-        if (stats != method.stats) continue;
-        if (!method.step)
-            raise(errors::InvalidCall, kName, "The statistics method \"" + stats + "\" is not available");
-        return method;
-    }
+    for (const Method& method : kMethods)
+        if (stats == method.stats) return method;
     return {"", [](OptimizationRun&, Long) {}, true};
 }
 
@@ -80,7 +79,7 @@ void writeInputs(OptimizationRun& d, Long m)
 ///   4. Screen updating on; after an error it stays off for the caller to turn on.
 ///
 /// @raises  18 after a cancel; 519 when a distribution reports invalid parameters; what the response
-///          step raises; 5 for a statistics method that this build lacks
+///          step raises
 void EvaluateGen(OptimizationRun& d, Long first, Long last)
 {
     Procedure here{kModule, kName};

@@ -79,6 +79,16 @@ bool attempt(F&& work)
     }
 }
 
+/// `attempt` for handlers: the error in flight stays as it was, whatever becomes of `work`.
+template <class F>
+bool attemptInHandler(F&& work)
+{
+    ErrorRecord inFlight = err();
+    const bool ok = attempt(std::forward<F>(work));
+    err() = std::move(inFlight);
+    return ok;
+}
+
 /// Marks a procedure that has an error handler. When an error leaves the scope, the destructor appends
 /// "in varnex3.<module>.<name> at line <n>" on a line of its own to the error's source, n being the last
 /// `at`, or 0. Texts must be literals: only the pointers are kept.

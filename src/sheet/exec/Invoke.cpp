@@ -27,6 +27,7 @@ bool convert(Value& v, Take take, DateSystem dates)
         if (!v.isText()) v = toText(v);
         return !v.isFailure();
     case Take::Scalar: return !v.isFailure();
+    case Take::Reference: return !v.isFailure(); // ISREF and ROWS also take what is no reference
     default: return true;
     }
 }

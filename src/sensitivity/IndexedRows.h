@@ -1,0 +1,44 @@
+// sensitivity/IndexedRows.h - the parallel indexed arrays of the inputs and outputs, one row per input.
+#pragma once
+
+#include <type_traits>
+#include <utility>
+
+#include "runtime/Array.h"
+
+namespace varnex3
+{
+
+/// All fields of a row share the index 1..count. A put beyond the end enlarges to its index, a put below 1
+/// does nothing, a get outside gives the empty value of the field.
+template <class Row>
+class IndexedRows
+{
+public:
+    Long count() const { return rows_.size(); }
+
+    /// Sizes to 1..size and keeps what fits; nothing when size is below 1.
+    void resize(Long size)
+    {
+        if (size >= 1) rows_.resizeKeep(size);
+    }
+    void clear() { rows_.clear(); }
+
+    template <class T>
+    T get(Long i, T Row::*field) const
+    {
+        return i >= 1 && i <= count() ? rows_(i).*field : T{};
+    }
+    template <class T>
+    void put(Long i, T Row::*field, std::type_identity_t<T> value)
+    {
+        if (i < 1) return;
+        if (i > count()) rows_.resizeKeep(i);
+        rows_(i).*field = std::move(value);
+    }
+
+private:
+    Array1<Row> rows_;
+};
+
+} // namespace varnex3
