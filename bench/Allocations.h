@@ -3,8 +3,7 @@
 
 #include <cstddef>
 
-namespace varnex3::bench
-{
+namespace varnex3::bench {
 
 std::size_t allocations();
 

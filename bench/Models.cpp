@@ -5,13 +5,11 @@
 
 #include "sheet/formula/Parser.h"
 
-namespace varnex3::bench
-{
+namespace varnex3::bench {
 
 using sheet::CellAddress;
 
-namespace
-{
+namespace {
 std::string name(int row, int col) { return sheet::a1Text(CellAddress{0, row, col}); }
 } // namespace
 

@@ -9,8 +9,7 @@
 
 #include "sheet/model/Book.h"
 
-namespace varnex3::bench
-{
+namespace varnex3::bench {
 
 /// A cantilever beam with end load: 4 inputs (width, height, length, force), 12 formulas, 3 responses.
 struct SmallModel {

@@ -15,15 +15,14 @@
 namespace varnex3::bench {
 
 /// Cells 1..n in one row of one sheet; `calculate` reads and writes them.
-class PlainApplication final : public host::Application, public std::enable_shared_from_this<PlainApplication>
-{
+class PlainApplication final : public host::Application,
+                               public std::enable_shared_from_this<PlainApplication> {
 public:
     using Formulas = std::function<void(std::vector<double>&)>;
 
     PlainApplication(std::vector<double> cells, Formulas calculate)
         : cells_(std::move(cells)), calculate_(std::move(calculate))
-    {
-    }
+    {}
 
     void Calculate() override { calculate_(cells_); }
     Variant Run(const std::string&, std::span<const Variant>) override { return {}; }
@@ -47,8 +46,7 @@ private:
     Formulas calculate_;
 };
 
-class PlainWorkbook final : public host::Workbook
-{
+class PlainWorkbook final : public host::Workbook {
 public:
     std::string Name() override { return "plain"; }
     void Activate() override {}
@@ -58,8 +56,7 @@ public:
     Ref<host::Worksheet> AddWorksheet() override { raise(errors::HostFailure); }
 };
 
-class PlainWorksheet final : public host::Worksheet
-{
+class PlainWorksheet final : public host::Worksheet {
 public:
     std::string Name() override { return "plain"; }
     void Name(const std::string&) override {}
@@ -70,10 +67,11 @@ public:
     void Cells(Long, Long, const Variant&) override {}
 };
 
-class PlainRange final : public host::Range
-{
+class PlainRange final : public host::Range {
 public:
-    PlainRange(Ref<PlainApplication> application, Long number) : application_(std::move(application)), number_(number) {}
+    PlainRange(Ref<PlainApplication> application, Long number)
+        : application_(std::move(application)), number_(number)
+    {}
 
     Variant Value() override { return application_->value(number_); }
     void Value(const Variant& v) override { application_->value(number_) = toDouble(v); }

@@ -3,8 +3,7 @@
 
 #include "Models.h"
 
-namespace varnex3::bench
-{
+namespace varnex3::bench {
 
 std::array<double, 3> smallPlain(const std::array<double, 4>& x)
 {

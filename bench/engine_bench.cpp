@@ -3,17 +3,16 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <ctime>
 #include <cmath>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 
 #include "Allocations.h"
 #include "Models.h"
 
-namespace
-{
+namespace {
 
 using namespace varnex3::bench;
 

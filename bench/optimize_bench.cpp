@@ -35,15 +35,16 @@ struct Model {
 
 Model plainModel()
 {
-    auto application = std::make_shared<PlainApplication>(std::vector<double>(12, 5.0), [](std::vector<double>& c) {
-        double sum = 0.0;
-        for (std::size_t i = 0; i < 10; ++i) {
-            const double d = c[i] - static_cast<double>(i + 1);
-            sum += d * d;
-        }
-        c[10] = sum;
-        c[11] = c[0] * c[1] + c[2];
-    });
+    auto application =
+        std::make_shared<PlainApplication>(std::vector<double>(12, 5.0), [](std::vector<double>& c) {
+            double sum = 0.0;
+            for (std::size_t i = 0; i < 10; ++i) {
+                const double d = c[i] - static_cast<double>(i + 1);
+                sum += d * d;
+            }
+            c[10] = sum;
+            c[11] = c[0] * c[1] + c[2];
+        });
     Model model{application, {}};
     for (Long i : oneTo(12)) model.cells.push_back(application->cell(i));
     return model;
@@ -175,8 +176,8 @@ void run(benchmark::State& state, const Model& model)
     requireSameOutcome();
     long long evaluations = 0;
     for (auto _ : state) evaluations += optimize(model).evaluations;
-    state.counters["s_per_candidate"] =
-        benchmark::Counter(static_cast<double>(evaluations), benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    state.counters["s_per_candidate"] = benchmark::Counter(
+        static_cast<double>(evaluations), benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
 void BM_SearchOnPlainFunction(benchmark::State& state) { run(state, plain()); }

@@ -8,9 +8,9 @@ namespace varnex3::cli {
 
 namespace exitCode {
 inline constexpr int Done = 0;
-inline constexpr int RunFailed = 1;           // the error report is on standard error
-inline constexpr int Refused = 2;             // usage, study or workbook
-inline constexpr int ConstraintsNotMet = 3;   // done, but the best design violates a constraint
+inline constexpr int RunFailed = 1;         // the error report is on standard error
+inline constexpr int Refused = 2;           // usage, study or workbook
+inline constexpr int ConstraintsNotMet = 3; // done, but the best design violates a constraint
 inline constexpr int Cancelled = 130;
 } // namespace exitCode
 

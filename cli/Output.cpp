@@ -20,8 +20,8 @@ namespace {
 /// Columns that a text takes on a terminal: bytes that start a UTF-8 character.
 std::size_t width(const std::string& text)
 {
-    return static_cast<std::size_t>(
-        std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; }));
+    return static_cast<std::size_t>(std::count_if(
+        text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; }));
 }
 
 const char* errorName(ErrorValue e)
@@ -41,8 +41,7 @@ const char* errorName(ErrorValue e)
     }
 }
 
-class TemporaryFile
-{
+class TemporaryFile {
 public:
     explicit TemporaryFile(const std::string& target) : path_(target + fmt::format(".{}.part", getpid())) {}
     ~TemporaryFile()
@@ -115,13 +114,15 @@ nlohmann::json toJson(const Variant& v)
 void writeFile(const std::string& path, const std::string& content)
 {
     if (path == "-") {
-        if (std::fwrite(content.data(), 1, content.size(), stdout) != content.size() || std::fflush(stdout) != 0)
+        if (std::fwrite(content.data(), 1, content.size(), stdout) != content.size() ||
+            std::fflush(stdout) != 0)
             throw Refused("standard output: the results could not be written");
         return;
     }
     TemporaryFile temporary(path);
     std::FILE* file = std::fopen(temporary.path().c_str(), "wb");
-    if (!file) throw Refused(fmt::format("{}: the file cannot be created; is the folder there and writable?", path));
+    if (!file)
+        throw Refused(fmt::format("{}: the file cannot be created; is the folder there and writable?", path));
     const bool written = std::fwrite(content.data(), 1, content.size(), file) == content.size();
     const bool closed = std::fclose(file) == 0;
     std::error_code failure;

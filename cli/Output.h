@@ -12,8 +12,7 @@
 namespace varnex3::cli {
 
 /// A table of texts with aligned columns; the first row is the heading.
-class Table
-{
+class Table {
 public:
     enum class Align { Left, Right };
 

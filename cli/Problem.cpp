@@ -21,8 +21,7 @@ auto orRefuse(const Place& place, F&& work)
     }
 }
 
-class Assembler
-{
+class Assembler {
 public:
     explicit Assembler(Problem& problem) : problem_(problem), f_(*problem.formulation) {}
 
@@ -41,7 +40,8 @@ private:
     {
         Ref<host::Range> range = findRange(*problem_.application, entry.value, entry.place);
         if (range->Count() != 1)
-            throw Refused(entry.place, fmt::format("\"{}\" is {} cells; one is needed", entry.value, range->Count()));
+            throw Refused(entry.place,
+                          fmt::format("\"{}\" is {} cells; one is needed", entry.value, range->Count()));
         return range;
     }
 
@@ -72,8 +72,9 @@ private:
         x.xType = entry.type;
         x.mean = numericCell(entry.cell);
         if (alg_m_XLinterface::CellHasFormula(*x.mean) && isActiveKind(entry.type))
-            throw Refused(entry.cell.place, fmt::format("the cell {} holds a formula; the search would overwrite it",
-                                                        entry.cell.value));
+            throw Refused(
+                entry.cell.place,
+                fmt::format("the cell {} holds a formula; the search would overwrite it", entry.cell.value));
         x.stdev = entry.stdev.given() ? operand(entry.stdev) : Variant{0.0};
         for (double value : entry.values) x.AddFV(value);
         x.SortFV();
@@ -145,8 +146,10 @@ private:
     {
         for (Long i : oneTo(f_.CountX())) f_.CalcSequence(i, i); // natural order
         Long place = 0;
-        for (const TextEntry& id : problem_.study.calculationOrder) f_.CalcSequence(++place, positionOf(id.value));
-        for (const TextEntry& id : problem_.study.recalculateBefore) f_.RecalcFlags(positionOf(id.value), true);
+        for (const TextEntry& id : problem_.study.calculationOrder)
+            f_.CalcSequence(++place, positionOf(id.value));
+        for (const TextEntry& id : problem_.study.recalculateBefore)
+            f_.RecalcFlags(positionOf(id.value), true);
     }
 
     Problem& problem_;

@@ -32,13 +32,11 @@ std::string typeName(const toml::node& node)
 }
 
 /// One table of the file. Every key asked for is noted; `finish` refuses those that nobody asked for.
-class Section
-{
+class Section {
 public:
     Section(const toml::table& table, std::string file, std::string prefix)
         : table_(table), file_(std::move(file)), prefix_(std::move(prefix))
-    {
-    }
+    {}
 
     Place place() const { return {file_, lineOf(table_), prefix_}; }
     Place placeOf(const std::string& key) const
@@ -93,7 +91,8 @@ public:
         } else if (node->is_number()) {
             entry.value = asNumber(*node, entry.place);
         } else {
-            throw Refused(entry.place, "a number or a cell such as \"Sheet1!B3\" is needed, not " + typeName(*node));
+            throw Refused(entry.place,
+                          "a number or a cell such as \"Sheet1!B3\" is needed, not " + typeName(*node));
         }
         return entry;
     }
@@ -134,7 +133,8 @@ public:
         if (!list) throw Refused(placeOf(key), fmt::format("write each one as its own [[{}]] entry", key));
         for (const toml::node& item : *list) {
             const toml::table* table = item.as_table();
-            if (!table) throw Refused(placeOf(key), fmt::format("write each one as its own [[{}]] entry", key));
+            if (!table)
+                throw Refused(placeOf(key), fmt::format("write each one as its own [[{}]] entry", key));
             found.emplace_back(*table, file_, fmt::format("{}[{}]", key, found.size() + 1));
         }
         return found;
@@ -147,7 +147,8 @@ public:
             if (asked_.count(name) != 0) continue;
             const std::string near = nearest(name, asked_);
             throw Refused(Place{file_, lineOf(node), prefix_.empty() ? name : prefix_ + "." + name},
-                          near.empty() ? "unknown key" : fmt::format("unknown key; did you mean \"{}\"?", near));
+                          near.empty() ? "unknown key"
+                                       : fmt::format("unknown key; did you mean \"{}\"?", near));
         }
     }
 
@@ -202,8 +203,9 @@ StudyParameter readParameter(Section section)
     const bool hasValues = section.find("values") != nullptr;
     if (p.type == "Noise" || p.type == "Constant") {
         if (hasRange || hasValues)
-            throw Refused(section.placeOf(hasRange ? "range" : "values"),
-                          fmt::format("a \"{}\" parameter is not searched and takes no range or values", p.type));
+            throw Refused(
+                section.placeOf(hasRange ? "range" : "values"),
+                fmt::format("a \"{}\" parameter is not searched and takes no range or values", p.type));
     } else if (hasRange == hasValues) {
         throw Refused(p.place, hasRange ? "give either \"range\" or \"values\", not both"
                                         : "give \"range = [least, greatest]\" or \"values = [...]\"");
@@ -296,7 +298,8 @@ StudyOptions readOptions(Section section)
     o.dbg = section.text("dbg", "");
     for (const char* key : {"beforeMacro", "afterMacro"})
         if (section.find(key))
-            throw Refused(section.placeOf(key), "workbook macros are not run by this program; remove the key");
+            throw Refused(section.placeOf(key),
+                          "workbook macros are not run by this program; remove the key");
     section.finish();
     return o;
 }

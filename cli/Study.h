@@ -22,11 +22,12 @@ struct Place {
 };
 
 /// A study or workbook that the program refuses: the message says where and what to do. Exit code 2.
-class Refused : public std::runtime_error
-{
+class Refused : public std::runtime_error {
 public:
     explicit Refused(const std::string& message) : std::runtime_error(message) {}
-    Refused(const Place& place, const std::string& message) : std::runtime_error(place.text() + ": " + message) {}
+    Refused(const Place& place, const std::string& message)
+        : std::runtime_error(place.text() + ": " + message)
+    {}
 };
 
 /// A number, a cell (its reference as text), or nothing.

@@ -2,8 +2,8 @@
 #include "Terminal.h"
 
 #include <csignal>
-#include <cstdlib>
 #include <cstdio>
+#include <cstdlib>
 #include <string_view>
 
 #include <unistd.h>
@@ -45,7 +45,8 @@ void installInterrupt(void (*handler)(int))
 std::string bar(double fraction, int width)
 {
     const int full = static_cast<int>(fraction * width + 0.5);
-    return std::string(static_cast<std::size_t>(full), '#') + std::string(static_cast<std::size_t>(width - full), '.');
+    return std::string(static_cast<std::size_t>(full), '#') +
+           std::string(static_cast<std::size_t>(width - full), '.');
 }
 
 std::string duration(double seconds)
@@ -173,8 +174,8 @@ void Terminal::drawLive()
         ++lines;
     };
     if (status.visible) {
-        static constexpr const char* kRows[] = {"Constraint Violation", "Priority 1 Goals", "Priority 2 Goals",
-                                                "Priority 3 Goals"};
+        static constexpr const char* kRows[] = {"Constraint Violation", "Priority 1 Goals",
+                                                "Priority 2 Goals", "Priority 3 Goals"};
         line(status.statusLabel);
         line(fmt::format("  {:<22}{:>16}{:>16}", "(zero is best)", "Starting Value", "Current Value"));
         for (std::size_t j = 0; j < 4; ++j)
@@ -183,7 +184,8 @@ void Terminal::drawLive()
         line(fmt::format("  {:.0f} evaluations per second, {}. Ctrl-C to stop.", rate, duration(seconds)));
     }
     if (monteCarlo.visible) {
-        const double left = monteCarlo.fraction > 0 ? seconds * (1 - monteCarlo.fraction) / monteCarlo.fraction : 0;
+        const double left =
+            monteCarlo.fraction > 0 ? seconds * (1 - monteCarlo.fraction) / monteCarlo.fraction : 0;
         line(monteCarlo.statusLabel);
         line(fmt::format("  [{}] {:3.0f} %", bar(monteCarlo.fraction, 40), 100 * monteCarlo.fraction));
         line(fmt::format("  {:.0f} trials per second, {} left. Ctrl-C to stop.", rate, duration(left)));
@@ -212,10 +214,10 @@ void Terminal::printLine(bool force)
     if (!force && now - lastDrawn_ < kLineEvery) return;
     lastDrawn_ = now;
     const auto& scores = status.chart.back().values;
-    const std::string line =
-        fmt::format("generation {}: violation {}, goals {} {} {}, {} without improvement", status.chart.back().label,
-                    alg_f_Status::FormatValue(scores[0]), alg_f_Status::FormatValue(scores[1]),
-                    alg_f_Status::FormatValue(scores[2]), alg_f_Status::FormatValue(scores[3]), status.lblBestCount);
+    const std::string line = fmt::format(
+        "generation {}: violation {}, goals {} {} {}, {} without improvement", status.chart.back().label,
+        alg_f_Status::FormatValue(scores[0]), alg_f_Status::FormatValue(scores[1]),
+        alg_f_Status::FormatValue(scores[2]), alg_f_Status::FormatValue(scores[3]), status.lblBestCount);
     if (line == lastLine_) return;
     lastLine_ = line;
     fmt::print(stderr, "{}\n", line);

@@ -15,12 +15,11 @@ namespace varnex3::cli {
 enum class OnCancel { Ask, Keep, Restore };
 
 struct TerminalSettings {
-    bool quiet = false;                  // no progress, no notices
-    OnCancel onCancel = OnCancel::Ask;   // Ask: only where somebody can be asked, else Keep
+    bool quiet = false;                // no progress, no notices
+    OnCancel onCancel = OnCancel::Ask; // Ask: only where somebody can be asked, else Keep
 };
 
-class Terminal final : public ui::UserInterface
-{
+class Terminal final : public ui::UserInterface {
 public:
     explicit Terminal(TerminalSettings settings);
     ~Terminal() override;
@@ -54,7 +53,7 @@ private:
     ui::Answer ask(const std::string& text);
 
     TerminalSettings settings_;
-    bool live_;         // standard error is a terminal that can be redrawn
+    bool live_; // standard error is a terminal that can be redrawn
     int drawnLines_ = 0;
     Clock::time_point started_ = Clock::now();
     Clock::time_point lastDrawn_{};

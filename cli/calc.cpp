@@ -72,7 +72,8 @@ int runCalc(const CalcArguments& arguments)
         failed = failed || value.asError() != nullptr;
         const auto* area = std::get_if<VariantArray2>(&value.held());
         text += area ? fmt::format("{} =\n{}", reference, shownArea(*area))
-                     : fmt::format("{} = {}\n", reference, value.asNumber() ? toText(*value.asNumber()) : shown(value));
+                     : fmt::format("{} = {}\n", reference,
+                                   value.asNumber() ? toText(*value.asNumber()) : shown(value));
     }
     if (arguments.json != "-") fmt::print("{}", text);
     if (!arguments.json.empty()) writeJson(arguments.json, document);

@@ -18,20 +18,23 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-double secondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
+double secondsSince(Clock::time_point start)
+{
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
 
 bool endsWith(const std::string& text, const std::string& end)
 {
     return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-class Report
-{
+class Report {
 public:
     explicit Report(const sheet::Book& book) : book_(book) {}
 
     /// A list of cells under a heading; nothing when there are none.
-    void list(const std::string& key, const std::string& heading, const std::vector<sheet::CellRemark>& remarks)
+    void list(const std::string& key, const std::string& heading,
+              const std::vector<sheet::CellRemark>& remarks)
     {
         nlohmann::json cells = nlohmann::json::array();
         for (const sheet::CellRemark& remark : remarks)
@@ -42,7 +45,8 @@ public:
         constexpr std::size_t kMost = 20;
         for (std::size_t i = 0; i < std::min(remarks.size(), kMost); ++i)
             text += fmt::format("  {}  {}\n", name(remarks[i].cell), remarks[i].text);
-        if (remarks.size() > kMost) text += fmt::format("  and {} more; --json lists all\n", remarks.size() - kMost);
+        if (remarks.size() > kMost)
+            text += fmt::format("  and {} more; --json lists all\n", remarks.size() - kMost);
     }
 
     std::string text;
@@ -84,31 +88,40 @@ int runCheck(const CheckArguments& arguments)
     Report report(book);
     report.text = fmt::format("{}: {} cells, {} formulas\n", workbook->Name(), found.cells, found.formulas);
     if (problem)
-        report.text += fmt::format("{}: {} parameters, {} responses, {} constraints, {} goals; the study is sound\n",
-                                   arguments.file, problem->formulation->CountX(), problem->formulation->CountY(),
-                                   problem->formulation->CountC(), problem->formulation->CountG());
-    report.text += fmt::format("{} of {} stored results agree with the recalculated ones\n", agree, found.compared);
-    report.json = {{"file", arguments.file}, {"cells", found.cells}, {"formulas", found.formulas},
-                   {"compared", found.compared}, {"agree", agree}, {"loadSeconds", loadSeconds},
+        report.text +=
+            fmt::format("{}: {} parameters, {} responses, {} constraints, {} goals; the study is sound\n",
+                        arguments.file, problem->formulation->CountX(), problem->formulation->CountY(),
+                        problem->formulation->CountC(), problem->formulation->CountG());
+    report.text +=
+        fmt::format("{} of {} stored results agree with the recalculated ones\n", agree, found.compared);
+    report.json = {{"file", arguments.file},
+                   {"cells", found.cells},
+                   {"formulas", found.formulas},
+                   {"compared", found.compared},
+                   {"agree", agree},
+                   {"loadSeconds", loadSeconds},
                    {"calculateSeconds", calculateSeconds}};
     report.list("different", "Cells whose recalculated value differs from the stored one", found.different);
-    report.list("unknownFunctions", "Functions that the engine does not know; the cells read #NAME?", found.unknownFunctions);
+    report.list("unknownFunctions", "Functions that the engine does not know; the cells read #NAME?",
+                found.unknownFunctions);
     report.list("unparsable", "Formulas that cannot be read; the cells read #NAME?", found.unparsable);
     report.list("unsupported", "Features that are not evaluated", found.unsupported);
     report.list("circular", "Circular references", found.circular);
     report.list("volatile", "Volatile cells, which change at every recalculation", found.volatiles);
     report.json["notices"] = nlohmann::json::array();
-    if (!found.notices.empty()) report.text += fmt::format("\nNotices about the file ({}):\n", found.notices.size());
+    if (!found.notices.empty())
+        report.text += fmt::format("\nNotices about the file ({}):\n", found.notices.size());
     for (const auto& [where, what] : found.notices) {
         report.text += fmt::format("  {}  {}\n", where, what);
         report.json["notices"].push_back({{"where", where}, {"what", what}});
     }
-    report.text += fmt::format("\nLoaded in {:.3f} s, recalculated in {:.3f} s\n", loadSeconds, calculateSeconds);
+    report.text +=
+        fmt::format("\nLoaded in {:.3f} s, recalculated in {:.3f} s\n", loadSeconds, calculateSeconds);
 
     if (arguments.json != "-") fmt::print("{}", report.text);
     if (!arguments.json.empty()) writeJson(arguments.json, report.json);
-    const bool sound = found.different.empty() && found.unknownFunctions.empty() && found.unparsable.empty() &&
-                       found.unsupported.empty() && found.circular.empty();
+    const bool sound = found.different.empty() && found.unknownFunctions.empty() &&
+                       found.unparsable.empty() && found.unsupported.empty() && found.circular.empty();
     return sound ? exitCode::Done : exitCode::RunFailed;
 }
 

@@ -35,12 +35,14 @@ int runFunctions(const FunctionsArguments& arguments)
     table.row({"Function", "What it gives", "Example"});
     for (const sheet::FunctionRow* row : sheet::allFunctions()) {
         if (!wanted(*row, pattern)) continue;
-        table.row({std::string(row->name), std::string(row->summary), fmt::format("{} is {}", row->example, row->shows)});
-        list.push_back({{"name", row->name}, {"summary", row->summary}, {"example", row->example}, {"shows", row->shows}});
+        table.row({std::string(row->name), std::string(row->summary),
+                   fmt::format("{} is {}", row->example, row->shows)});
+        list.push_back({{"name", row->name},
+                        {"summary", row->summary},
+                        {"example", row->example},
+                        {"shows", row->shows}});
     }
-    if (arguments.json != "-") {
-        fmt::print("{}\n{} functions\n", table.text(""), list.size());
-    }
+    if (arguments.json != "-") { fmt::print("{}\n{} functions\n", table.text(""), list.size()); }
     if (!arguments.json.empty()) writeJson(arguments.json, list);
     return exitCode::Done;
 }

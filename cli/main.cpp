@@ -13,16 +13,19 @@ namespace {
 
 using namespace varnex3::cli;
 
-constexpr const char* kFooter = "Exit codes: 0 done, 1 run failed, 2 usage, study or workbook refused, 3 done but\n"
-                                "constraints not met, 130 cancelled. Results go to standard output, progress to\n"
-                                "standard error.";
+constexpr const char* kFooter =
+    "Exit codes: 0 done, 1 run failed, 2 usage, study or workbook refused, 3 done but\n"
+    "constraints not met, 130 cancelled. Results go to standard output, progress to\n"
+    "standard error.";
 
 CLI::App* addCheck(CLI::App& app, CheckArguments& arguments)
 {
     CLI::App* command = app.add_subcommand(
-        "check", "Recalculate a workbook, compare with the results stored in it, and list what cannot be trusted");
+        "check",
+        "Recalculate a workbook, compare with the results stored in it, and list what cannot be trusted");
     command->add_option("FILE", arguments.file, "a study (.toml) or a workbook (.xlsx)")->required();
-    command->add_option("--json", arguments.json, "write the report as JSON to this file, - for standard output");
+    command->add_option("--json", arguments.json,
+                        "write the report as JSON to this file, - for standard output");
     return command;
 }
 
@@ -32,12 +35,16 @@ CLI::App* addOptimize(CLI::App& app, OptimizeArguments& arguments)
     command->add_option("STUDY", arguments.study, "the study file")->required();
     command->add_option("--seed", arguments.seed, "repeat a run: the seed of its random numbers")
         ->check(CLI::Range(1, 2147483647));
-    command->add_option("--max-gens", arguments.maxGens, "instead of the study's MaxGens")->check(CLI::Range(1, 2147483647));
+    command->add_option("--max-gens", arguments.maxGens, "instead of the study's MaxGens")
+        ->check(CLI::Range(1, 2147483647));
     command->add_flag("--quiet,-q", arguments.quiet, "no progress");
-    command->add_option("--on-cancel", arguments.onCancel, "after Ctrl-C: ask, keep the best solution, or restore")
+    command
+        ->add_option("--on-cancel", arguments.onCancel,
+                     "after Ctrl-C: ask, keep the best solution, or restore")
         ->check(CLI::IsMember({"ask", "keep", "restore"}))
         ->capture_default_str();
-    command->add_option("--json", arguments.json, "write all results as JSON to this file, - for standard output");
+    command->add_option("--json", arguments.json,
+                        "write all results as JSON to this file, - for standard output");
     command->add_option("--csv", arguments.csv, "write the final generation as CSV to this file");
     return command;
 }
@@ -46,9 +53,11 @@ CLI::App* addCalc(CLI::App& app, CalcArguments& arguments)
 {
     CLI::App* command = app.add_subcommand("calc", "Set cells of a workbook, recalculate, show cells");
     command->add_option("WORKBOOK", arguments.workbook, "the workbook file")->required();
-    command->add_option("--set", arguments.set, "CELL=VALUE, for instance Sheet1!B3=2.5")->allow_extra_args(false);
+    command->add_option("--set", arguments.set, "CELL=VALUE, for instance Sheet1!B3=2.5")
+        ->allow_extra_args(false);
     command->add_option("--get", arguments.get, "a cell, an area or a defined name")->allow_extra_args(false);
-    command->add_option("--json", arguments.json, "write the cells as JSON to this file, - for standard output");
+    command->add_option("--json", arguments.json,
+                        "write the cells as JSON to this file, - for standard output");
     return command;
 }
 
@@ -56,7 +65,8 @@ CLI::App* addFunctions(CLI::App& app, FunctionsArguments& arguments)
 {
     CLI::App* command = app.add_subcommand("functions", "List the worksheet functions that formulas may use");
     command->add_option("PATTERN", arguments.pattern, "only those whose name or summary holds this text");
-    command->add_option("--json", arguments.json, "write the list as JSON to this file, - for standard output");
+    command->add_option("--json", arguments.json,
+                        "write the list as JSON to this file, - for standard output");
     return command;
 }
 

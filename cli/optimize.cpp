@@ -45,8 +45,7 @@ std::vector<double> numbersOf(const Variant& array)
 }
 
 /// The reports that the run hands to the workbook's macros, caught here.
-class Recorder
-{
+class Recorder {
 public:
     explicit Recorder(workbook::EmbeddedApplication& application)
     {
@@ -75,8 +74,8 @@ public:
 struct Requirement {
     std::string id, name, aspect, oper;
     double value = 0.0, required = 0.0, deviation = 0.0;
-    Long priority = 0;    // of a goal
-    double weight = 0.0;  // of a goal
+    Long priority = 0;   // of a goal
+    double weight = 0.0; // of a goal
     bool met() const { return deviation == 0.0; }
 };
 
@@ -92,13 +91,11 @@ struct Result {
     bool constraintsMet() const { return !scores.empty() && scores.front() == 0.0; }
 };
 
-class Optimization
-{
+class Optimization {
 public:
     Optimization(Problem& problem, const OptimizeArguments& arguments)
         : problem_(problem), f_(*problem.formulation), arguments_(arguments), recorder_(*problem.application)
-    {
-    }
+    {}
 
     Result run(Terminal& terminal)
     {
@@ -182,7 +179,8 @@ private:
     {
         for (Long j : oneTo(f_.CountY())) {
             const Variant value = f_.Ys->Item(j)->Formula->Value();
-            result.statistics[static_cast<std::size_t>(j - 1)] = isNumeric(value) ? toDouble(value) : std::nan("");
+            result.statistics[static_cast<std::size_t>(j - 1)] =
+                isNumeric(value) ? toDouble(value) : std::nan("");
         }
     }
 
@@ -234,8 +232,9 @@ std::string responseTable(const Problem& problem, const Result& result)
     using A = Table::Align;
     const c_Formulation& f = *problem.formulation;
     const bool statistics = hasStatistics(f);
-    Table table(statistics ? std::vector<A>{A::Left, A::Left, A::Right, A::Right, A::Right, A::Right, A::Right}
-                           : std::vector<A>{A::Left, A::Left, A::Right, A::Right, A::Right});
+    Table table(statistics
+                    ? std::vector<A>{A::Left, A::Left, A::Right, A::Right, A::Right, A::Right, A::Right}
+                    : std::vector<A>{A::Left, A::Left, A::Right, A::Right, A::Right});
     if (statistics)
         table.row({"Response", "Cell", "Mean", "StDev", "pnc", "LSL", "USL"});
     else
@@ -244,7 +243,8 @@ std::string responseTable(const Problem& problem, const Result& result)
     for (Long j : oneTo(f.CountY())) {
         const c_Response& y = *f.Ys->Item(j);
         const auto at = static_cast<std::size_t>(j - 1);
-        std::vector<std::string> row = {y.Name, problem.study.responses[at].cell.value, shown(result.statistics[at])};
+        std::vector<std::string> row = {y.Name, problem.study.responses[at].cell.value,
+                                        shown(result.statistics[at])};
         if (statistics) {
             row.push_back(shown(result.statistics[n + at]));
             row.push_back(shown(result.statistics[2 * n + at]));
@@ -272,8 +272,10 @@ std::string requirementTable(const char* heading, const std::vector<Requirement>
 std::string headline(const Result& result)
 {
     if (result.cancelled)
-        return result.keptBest ? "Cancelled; the best design found so far:" : "Cancelled; the start values stay. Best design found so far:";
-    return result.constraintsMet() ? "Done. The best design found:" : "Done, but constraints are not met. The best design found:";
+        return result.keptBest ? "Cancelled; the best design found so far:"
+                               : "Cancelled; the start values stay. Best design found so far:";
+    return result.constraintsMet() ? "Done. The best design found:"
+                                   : "Done, but constraints are not met. The best design found:";
 }
 
 std::string report(const Problem& problem, const Result& result)
@@ -282,9 +284,11 @@ std::string report(const Problem& problem, const Result& result)
     text += parameterTable(problem, result) + "\n" + responseTable(problem, result) + "\n";
     text += requirementTable("Constraint", result.constraints, false);
     text += requirementTable("Goal", result.goals, true);
-    const double perSecond = result.seconds > 0 ? static_cast<double>(result.summary.evaluations) / result.seconds : 0.0;
-    text += fmt::format("Seed {}, {} generations, {} evaluations in {:.2f} s ({:.0f} per second)\n", result.summary.seed,
-                        result.summary.genCount, result.summary.evaluations, result.seconds, perSecond);
+    const double perSecond =
+        result.seconds > 0 ? static_cast<double>(result.summary.evaluations) / result.seconds : 0.0;
+    text += fmt::format("Seed {}, {} generations, {} evaluations in {:.2f} s ({:.0f} per second)\n",
+                        result.summary.seed, result.summary.genCount, result.summary.evaluations,
+                        result.seconds, perSecond);
     return text;
 }
 
@@ -308,9 +312,14 @@ nlohmann::json matrix(const DoubleArray2& values)
 
 nlohmann::json requirementJson(const Requirement& r, bool goal)
 {
-    nlohmann::json row = {{"id", r.id}, {"Name", r.name}, {"Aspect", r.aspect}, {"Oper", r.oper},
-                          {"value", toJson(r.value)}, {goal ? "Target" : "Reqt", toJson(r.required)},
-                          {"deviation", toJson(r.deviation)}, {"met", r.met()}};
+    nlohmann::json row = {{"id", r.id},
+                          {"Name", r.name},
+                          {"Aspect", r.aspect},
+                          {"Oper", r.oper},
+                          {"value", toJson(r.value)},
+                          {goal ? "Target" : "Reqt", toJson(r.required)},
+                          {"deviation", toJson(r.deviation)},
+                          {"met", r.met()}};
     if (goal) {
         row["Priority"] = r.priority;
         row["Weight"] = toJson(r.weight);
@@ -322,31 +331,37 @@ nlohmann::json document(const Problem& problem, const Result& result, const Reco
 {
     const c_Formulation& f = *problem.formulation;
     const auto n = static_cast<std::size_t>(f.CountY());
-    nlohmann::json json = {{"study", problem.study.path},
-                           {"workbook", problem.study.workbookPath},
-                           {"status", result.cancelled ? "cancelled" : "completed"},
-                           {"keptBest", result.cancelled ? nlohmann::json(result.keptBest) : nlohmann::json(nullptr)},
-                           {"constraintsMet", result.constraintsMet()},
-                           {"seed", result.summary.seed},
-                           {"genCount", result.summary.genCount},
-                           {"evaluations", result.summary.evaluations},
-                           {"seconds", result.seconds},
-                           {"scores", numbers(result.scores)}};
+    nlohmann::json json = {
+        {"study", problem.study.path},
+        {"workbook", problem.study.workbookPath},
+        {"status", result.cancelled ? "cancelled" : "completed"},
+        {"keptBest", result.cancelled ? nlohmann::json(result.keptBest) : nlohmann::json(nullptr)},
+        {"constraintsMet", result.constraintsMet()},
+        {"seed", result.summary.seed},
+        {"genCount", result.summary.genCount},
+        {"evaluations", result.summary.evaluations},
+        {"seconds", result.seconds},
+        {"scores", numbers(result.scores)}};
     const c_Options& o = *f.Options;
-    json["Options"] = {{"StopRule", o.StopRule}, {"MaxGens", o.MaxGens}, {"GenSize", o.GenSize},
-                       {"Precision", o.Precision}, {"Derivs", o.Derivs}, {"Stats", o.Stats},
-                       {"StoreYs", o.StoreYs}, {"OptTrials", o.OptTrials}};
+    json["Options"] = {{"StopRule", o.StopRule},   {"MaxGens", o.MaxGens},    {"GenSize", o.GenSize},
+                       {"Precision", o.Precision}, {"Derivs", o.Derivs},      {"Stats", o.Stats},
+                       {"StoreYs", o.StoreYs},     {"OptTrials", o.OptTrials}};
     for (Long i : oneTo(f.CountX())) {
         const auto at = static_cast<std::size_t>(i - 1);
         const c_Parameter& x = *f.Xs->Item(i);
-        json["parameters"].push_back({{"id", x.id}, {"Name", x.Name}, {"xType", x.xType},
+        json["parameters"].push_back({{"id", x.id},
+                                      {"Name", x.Name},
+                                      {"xType", x.xType},
                                       {"cell", problem.study.parameters[at].cell.value},
-                                      {"start", toJson(result.start[at])}, {"best", toJson(result.best[at])}});
+                                      {"start", toJson(result.start[at])},
+                                      {"best", toJson(result.best[at])}});
     }
     for (Long j : oneTo(f.CountY())) {
         const auto at = static_cast<std::size_t>(j - 1);
         const c_Response& y = *f.Ys->Item(j);
-        json["responses"].push_back({{"id", y.id}, {"Name", y.Name}, {"cell", problem.study.responses[at].cell.value},
+        json["responses"].push_back({{"id", y.id},
+                                     {"Name", y.Name},
+                                     {"cell", problem.study.responses[at].cell.value},
                                      {"Mean", toJson(result.statistics[at])},
                                      {"StDev", toJson(result.statistics[n + at])},
                                      {"pnc", toJson(result.statistics[2 * n + at])},
@@ -419,7 +434,8 @@ int runOptimize(const OptimizeArguments& arguments)
         return exitCode::Cancelled;
     }
     if (arguments.json != "-") fmt::print("{}", report(problem, result));
-    if (!arguments.json.empty()) writeJson(arguments.json, document(problem, result, optimization.recorder()));
+    if (!arguments.json.empty())
+        writeJson(arguments.json, document(problem, result, optimization.recorder()));
     if (!arguments.csv.empty() && optimization.recorder().genX)
         writeFile(arguments.csv, csv(problem, optimization.recorder()));
     if (result.cancelled) return exitCode::Cancelled;

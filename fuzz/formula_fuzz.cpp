@@ -12,8 +12,7 @@
 
 using namespace varnex3::sheet;
 
-namespace
-{
+namespace {
 
 [[noreturn]] void report(const char* what, std::string_view text, const std::string& printed)
 {

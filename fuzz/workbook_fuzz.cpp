@@ -15,14 +15,12 @@
 
 #include "sheet/xlsx/Reader.h"
 
-namespace
-{
+namespace {
 
 using namespace varnex3::sheet;
 
 // Counts, and checks what every builder may rely on.
-class CountingBuilder final : public BookBuilder
-{
+class CountingBuilder final : public BookBuilder {
 public:
     SheetIndex addSheet(std::string) override { return sheets_++; }
     void settings(const CalculationSettings& settings) override { require(settings.maxIterations >= 1); }

@@ -8,8 +8,7 @@
 #include "montecarlo/c_MonteCarlo.h"
 #include "ui/Debug.h"
 
-namespace varnex3::alg_m_Evaluation
-{
+namespace varnex3::alg_m_Evaluation {
 
 /// Fills a member's row of genY from a simulation of the member.
 ///

@@ -8,8 +8,7 @@
 #include "host/interface/Host.h"
 #include "runtime/Array.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
 class c_MonteCarlo;
 

@@ -12,10 +12,8 @@
 #include "stats/c_Statistics.h"
 #include "ui/Debug.h"
 
-namespace varnex3::alg_m_Evaluation
-{
-namespace
-{
+namespace varnex3::alg_m_Evaluation {
+namespace {
 
 constexpr const char* kModule = "alg_m_Evaluation";
 constexpr double kQuickStep = 0.0001; // of the input's value, or itself where that is 0

@@ -7,8 +7,7 @@
 #include "host/alg_m_XLinterface.h"
 #include "ui/Debug.h"
 
-namespace varnex3::alg_m_Evaluation
-{
+namespace varnex3::alg_m_Evaluation {
 
 /// Fills a member's row of genY from the response cells of a workbook that holds its values.
 ///

@@ -8,8 +8,7 @@
 
 #include "evaluation/OptimizationRun.h"
 
-namespace varnex3::alg_m_Evaluation
-{
+namespace varnex3::alg_m_Evaluation {
 
 /// Statistics of single values: the response cells as they stand.
 void Deterministic_Ys(OptimizationRun& d, Long m);

@@ -5,8 +5,7 @@
 
 #include "host/alg_m_XLinterface.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
 bool Checks::oneOf(const std::string& text, std::initializer_list<const char*> allowed, const char* message)
 {

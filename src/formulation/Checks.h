@@ -10,8 +10,7 @@
 #include "host/interface/Host.h"
 #include "runtime/Variant.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
 /// The messages of a property that may hold a number or a one-cell range. Texts are literals.
 struct OperandMessages {
@@ -25,8 +24,7 @@ struct OperandMessages {
 
 /// Writes the first problem found to the caller's text. Every check returns whether it passed, so that
 /// checks joined with && stop at the first failure.
-class Checks
-{
+class Checks {
 public:
     explicit Checks(std::string& cause) : cause_(cause) {}
 

@@ -10,11 +10,9 @@
 #include "runtime/Object.h"
 #include "runtime/Variant.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
-class DistributionComponent : public Object
-{
+class DistributionComponent : public Object {
 public:
     double ScaleFactor = 1.0;  // weight of the component in a mixture
     double mixtureTotal = 0.0; // sum of the mixture's ScaleFactors; 0 while the component stands alone

@@ -3,10 +3,8 @@
 
 #include "formulation/Checks.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 constexpr OperandMessages kReqt{.manyCells = "More than one cell selected for requirement",
                                 .badCell = "Non-numeric requirement cell value",

@@ -8,8 +8,7 @@
 
 namespace varnex3 {
 
-class c_Constraint : public Object
-{
+class c_Constraint : public Object {
 public:
     ~c_Constraint() override;
 

@@ -7,10 +7,8 @@
 #include "runtime/Number.h"
 #include "ui/interface/UserInterface.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 constexpr const char* kTitle = "Corvane";
 
@@ -96,8 +94,7 @@ c_Formulation::c_Formulation()
       Ys(std::make_shared<KeyedCollection<c_Response>>()),
       Cs(std::make_shared<KeyedCollection<c_Constraint>>()), Gs(std::make_shared<KeyedCollection<c_Goal>>()),
       Options(std::make_shared<c_Options>())
-{
-}
+{}
 
 c_Formulation::~c_Formulation() { Clear(); }
 

@@ -13,8 +13,7 @@
 
 namespace varnex3 {
 
-class c_Formulation : public Object
-{
+class c_Formulation : public Object {
 public:
     static constexpr const char* SOURCEX = "Parameter";
     static constexpr const char* SOURCEY = "Response";

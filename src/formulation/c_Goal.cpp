@@ -3,10 +3,8 @@
 
 #include "formulation/Checks.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 constexpr OperandMessages kTarget{.manyCells = "More than one cell selected for target",
                                   .badCell = "Non-numeric target cell value",

@@ -10,8 +10,7 @@ namespace varnex3 {
 
 inline constexpr Long kMaxPriority = 3;
 
-class c_Goal : public Object
-{
+class c_Goal : public Object {
 public:
     ~c_Goal() override;
 

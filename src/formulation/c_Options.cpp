@@ -4,10 +4,8 @@
 #include "formulation/Checks.h"
 #include "runtime/Number.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 constexpr Long kMinGens = 1;
 constexpr double kMinPrecision = 1e-6;

@@ -23,12 +23,11 @@ inline constexpr const char* MonteCarlo = "Monte Carlo Analysis";
 inline constexpr Long kMinGenSize = 20;
 inline constexpr Long kMinTrials = 50;
 
-class c_Options : public Object
-{
+class c_Options : public Object {
 public:
-    std::string StopRule; // one of stopRules
-    Long MaxGens = 0;     // generations, or generations without improvement
-    Long GenSize = 0;     // members per generation, 20 or more
+    std::string StopRule;   // one of stopRules
+    Long MaxGens = 0;       // generations, or generations without improvement
+    Long GenSize = 0;       // members per generation, 20 or more
     double Precision = 0.0; // resolution of continuous parameters as a fraction of their search range
     std::string Derivs;     // "Quick" or "Accurate"
     std::string Stats;      // one of statsMethods

@@ -11,10 +11,8 @@
 #include "host/alg_m_XLinterface.h"
 #include "runtime/Number.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 constexpr OperandMessages kStDev{.manyCells = "More than one cell selected for standard deviation",
                                  .badCell = "Non-numeric standard deviation cell value",

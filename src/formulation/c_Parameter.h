@@ -23,25 +23,24 @@ inline constexpr const char* Noise = "Noise";
 inline constexpr const char* Constant = "Constant";
 } // namespace xTypes
 
-class c_Parameter : public Object
-{
+class c_Parameter : public Object {
 public:
     c_Parameter();
     ~c_Parameter() override;
 
-    std::string id;      // key in the formulation's Xs
-    std::string DefName; // default (defined) name
-    std::string Name;    // display name
-    std::string xType;   // one of xTypes
+    std::string id;        // key in the formulation's Xs
+    std::string DefName;   // default (defined) name
+    std::string Name;      // display name
+    std::string xType;     // one of xTypes
     Ref<host::Range> mean; // the cell that holds the value, workbook units
     Variant stdev;         // number or one-cell range, workbook units
     double SearchMin = 0.0;
     double SearchMax = 0.0;
     std::string DistType;
-    Variant DistParam1, DistParam2, DistParam3; // numbers or one-cell ranges
-    Variant LTL, UTL;                           // truncation limits: numbers, empty, or one-cell ranges
+    Variant DistParam1, DistParam2, DistParam3;       // numbers or one-cell ranges
+    Variant LTL, UTL;                                 // truncation limits: numbers, empty, or one-cell ranges
     Ref<KeyedCollection<DistributionComponent>> dist; // components of a "Noise" parameter
-    bool needsRecalc = false; // moments must be computed again before use
+    bool needsRecalc = false;                         // moments must be computed again before use
 
     /// "Noise": the computed mean. Other kinds: the cell's value when it is numeric, else 0.
     double GetMean() const;
@@ -72,7 +71,7 @@ private:
     Long gapAround(double d) const;
 
     Array1<double> feasible_;
-    bool ascending_ = true; // feasible_ is known to be in order: searched by halving
+    bool ascending_ = true;      // feasible_ is known to be in order: searched by halving
     double computedMean_ = 0.0;  // of a "Noise" parameter, set by CalcMoments
     double computedStDev_ = 0.0; // the same; for other kinds GetStDev keeps its last result here
 };

@@ -4,10 +4,8 @@
 #include "formulation/Checks.h"
 #include "host/alg_m_XLinterface.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 constexpr OperandMessages kLsl{.manyCells = "More than one cell selected for LSL",
                                .badCell = "LSL cell value is neither a number nor empty",

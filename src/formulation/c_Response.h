@@ -8,8 +8,7 @@
 
 namespace varnex3 {
 
-class c_Response : public Object
-{
+class c_Response : public Object {
 public:
     ~c_Response() override;
 

@@ -6,12 +6,10 @@
 
 #include "host/interface/Host.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
 /// Refers to the cell. Nothing happens on destruction: the callers' steps say when the content goes back.
-class SavedFormula
-{
+class SavedFormula {
 public:
     explicit SavedFormula(host::Range& cell) : cell_(cell) {}
 

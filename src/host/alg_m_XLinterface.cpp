@@ -5,10 +5,8 @@
 
 #include <memory>
 
-namespace varnex3::alg_m_XLinterface
-{
-namespace
-{
+namespace varnex3::alg_m_XLinterface {
+namespace {
 
 /// The range that v refers to, without counting a reference.
 host::Range* rangeIn(const Variant& v)

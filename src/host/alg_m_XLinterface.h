@@ -1,6 +1,7 @@
 // host/alg_m_XLinterface.h - cells and host state: what every part of the library asks of the host.
 //
-// The reports of the optimizer, which belong to this module too, are in optimizer/ (they need the run record).
+// The reports of the optimizer, which belong to this module too, are in optimizer/ (they need the run
+// record).
 #pragma once
 
 #include <optional>

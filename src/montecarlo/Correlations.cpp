@@ -12,10 +12,8 @@
 #include "runtime/Number.h"
 #include "runtime/Variant.h"
 
-namespace varnex3::alg_m_LatinHypercube
-{
-namespace
-{
+namespace varnex3::alg_m_LatinHypercube {
+namespace {
 
 constexpr double kLargest = 0.999999999999999; // of a coefficient; 1 would make the matrix singular
 constexpr double kSmallestEigenvalue =
@@ -47,8 +45,7 @@ void toList(const std::vector<Entry>& entries, Array2<std::string>& list)
 }
 
 /// The pairs that have an entry, in either order.
-class Pairs
-{
+class Pairs {
 public:
     bool contains(const std::string& a, const std::string& b) const
     {
@@ -211,8 +208,7 @@ void FixCorrelations(Array2<double>& K, std::string& errorText)
     }
 }
 
-namespace
-{
+namespace {
 
 /// x and y after the rotation of sine sn, tau = sn / (1 + cs).
 void rotate(double& x, double& y, double sn, double tau)

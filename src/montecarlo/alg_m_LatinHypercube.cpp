@@ -12,10 +12,8 @@
 #include "stats/alg_m_MersenneTwister.h"
 #include "ui/interface/UserInterface.h"
 
-namespace varnex3::alg_m_LatinHypercube
-{
-namespace
-{
+namespace varnex3::alg_m_LatinHypercube {
+namespace {
 
 using alg_m_MersenneTwister::RandDouble;
 

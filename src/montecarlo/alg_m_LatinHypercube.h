@@ -8,8 +8,7 @@
 
 #include "runtime/Array.h"
 
-namespace varnex3::alg_m_LatinHypercube
-{
+namespace varnex3::alg_m_LatinHypercube {
 
 /// Fills a batch: one row per trial, one column per parameter, entries in [0, 1].
 /// @param corrMatrix  parameter x parameter; only read with `useCorrelations`

@@ -10,10 +10,8 @@
 #include "sorting/alg_m_Sorting.h"
 #include "ui/interface/UserInterface.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 constexpr const char* kTitle = "Corvane";
 

@@ -12,11 +12,9 @@
 #include "host/interface/Host.h"
 #include "runtime/Array.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
-class c_MonteCarlo : public Object
-{
+class c_MonteCarlo : public Object {
 public:
     static constexpr const char* SOURCEX = c_Formulation::SOURCEX;
     static constexpr const char* SOURCEY = c_Formulation::SOURCEY;

@@ -9,10 +9,8 @@
 #include "runtime/Number.h"
 #include "ui/interface/UserInterface.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 using namespace alg_m_LatinHypercube;
 

@@ -6,10 +6,8 @@
 #include "ui/EntryPoint.h"
 #include "ui/Windows.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 constexpr Long kTrialsPerSheet = 65535;  // below the header row
 constexpr Long kVariablesPerSheet = 255; // right of the trial number

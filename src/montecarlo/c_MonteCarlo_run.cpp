@@ -14,10 +14,8 @@
 #include "ui/Windows.h"
 #include "ui/interface/UserInterface.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 void appendNumber(std::string& text, Long n)
 {
@@ -27,8 +25,7 @@ void appendNumber(std::string& text, Long n)
 }
 
 /// A specification limit as a trial needs it: none, a number, or a cell to be read each time.
-class Limit
-{
+class Limit {
 public:
     explicit Limit(const Variant& property)
     {

@@ -12,10 +12,8 @@
 #include "sorting/RadixSort.h"
 #include "stats/c_Statistics.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 /// Half-width of the interval around x/n for 1 <= x: normal approximation where failures and passes are at
 /// least 5 each, Chebyshev's inequality otherwise.

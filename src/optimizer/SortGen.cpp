@@ -8,10 +8,8 @@
 #include "ui/Debug.h"
 #include "ui/Windows.h"
 
-namespace varnex3::alg_m_Sorting
-{
-namespace
-{
+namespace varnex3::alg_m_Sorting {
+namespace {
 
 struct Members {
     OptimizationRun& d;

@@ -5,8 +5,7 @@
 
 #include "evaluation/OptimizationRun.h"
 
-namespace varnex3::alg_m_Sorting
-{
+namespace varnex3::alg_m_Sorting {
 
 /// Orders members first..last by columns col..4 of genP, ascending, ties of one column by the next.
 /// Members equal in all of them stay in the order in which the quicksort leaves them.

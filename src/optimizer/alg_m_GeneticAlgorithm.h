@@ -8,8 +8,7 @@
 
 #include "evaluation/OptimizationRun.h"
 
-namespace varnex3::alg_m_GeneticAlgorithm
-{
+namespace varnex3::alg_m_GeneticAlgorithm {
 
 inline constexpr const char* kModule = "alg_m_GeneticAlgorithm";
 inline constexpr const char* kTitle = "Corvane"; // of the search's message boxes

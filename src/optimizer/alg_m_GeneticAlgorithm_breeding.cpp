@@ -8,10 +8,8 @@
 #include "ui/Debug.h"
 #include "ui/Windows.h"
 
-namespace varnex3::alg_m_GeneticAlgorithm
-{
-namespace
-{
+namespace varnex3::alg_m_GeneticAlgorithm {
+namespace {
 
 using alg_m_MersenneTwister::RandDouble;
 
@@ -50,8 +48,7 @@ double mutatedDiscrete(const Variable& x, double value)
 }
 
 /// The children of one generation, filled slot by slot.
-class Brood
-{
+class Brood {
 public:
     explicit Brood(OptimizationRun& d) : d_(d), options_(d.options()), variables_(searchVariables(d)) {}
 

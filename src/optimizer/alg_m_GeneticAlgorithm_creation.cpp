@@ -12,10 +12,8 @@
 #include "ui/Windows.h"
 #include "ui/interface/UserInterface.h"
 
-namespace varnex3::alg_m_GeneticAlgorithm
-{
-namespace
-{
+namespace varnex3::alg_m_GeneticAlgorithm {
+namespace {
 
 using alg_m_MersenneTwister::RandDouble;
 
@@ -55,8 +53,7 @@ void setCorner(OptimizationRun& d, const Variables& variables, Long m, double Va
 Variable::Variable(const c_Parameter& parameter)
     : kind(kindOf(parameter.xType)), active(isActiveKind(parameter.xType)), searchMin(parameter.SearchMin),
       searchMax(parameter.SearchMax), x(&parameter)
-{
-}
+{}
 
 Variables searchVariables(const OptimizationRun& d)
 {

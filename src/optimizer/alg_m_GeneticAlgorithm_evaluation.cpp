@@ -8,10 +8,8 @@
 #include "ui/Windows.h"
 #include "ui/interface/UserInterface.h"
 
-namespace varnex3::alg_m_GeneticAlgorithm
-{
-namespace
-{
+namespace varnex3::alg_m_GeneticAlgorithm {
+namespace {
 
 constexpr const char* kName = "EvaluateGen";
 constexpr Long kMomentPoints = 200; // of the grid for the moments of a distribution that depends on cells

@@ -4,10 +4,8 @@
 #include "host/alg_m_XLinterface.h"
 #include "optimizer/alg_m_GeneticAlgorithm.h"
 
-namespace varnex3::alg_m_GeneticAlgorithm
-{
-namespace
-{
+namespace varnex3::alg_m_GeneticAlgorithm {
+namespace {
 
 constexpr const char* kScoring = "ComputePLevels";
 

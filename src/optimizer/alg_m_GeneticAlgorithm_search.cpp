@@ -8,10 +8,8 @@
 #include "ui/Debug.h"
 #include "ui/interface/UserInterface.h"
 
-namespace varnex3::alg_m_GeneticAlgorithm
-{
-namespace
-{
+namespace varnex3::alg_m_GeneticAlgorithm {
+namespace {
 
 /// With few alternatives a population larger than the search space could never be made of distinct
 /// members; one generation then holds every point once.

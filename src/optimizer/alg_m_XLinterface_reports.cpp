@@ -11,10 +11,8 @@
 #include "ui/Debug.h"
 #include "ui/Windows.h"
 
-namespace varnex3::alg_m_XLinterface
-{
-namespace
-{
+namespace varnex3::alg_m_XLinterface {
+namespace {
 
 constexpr Long kObjectRequired = 424;
 
@@ -83,8 +81,7 @@ Array1<double> bestScores(const OptimizationRun& d)
 }
 
 /// Writes values into one row of a sheet after the other.
-class RowWriter
-{
+class RowWriter {
 public:
     explicit RowWriter(host::Worksheet& sheet) : sheet_(sheet) {}
 

@@ -7,8 +7,7 @@
 
 #include "evaluation/OptimizationRun.h"
 
-namespace varnex3::alg_m_XLinterface
-{
+namespace varnex3::alg_m_XLinterface {
 
 /// Reports a generation: moves the best-member record on, updates the progress window, and runs the
 /// generation macro. None of the three has a handler of its own.

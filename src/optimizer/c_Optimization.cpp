@@ -12,10 +12,8 @@
 #include "ui/EntryPoint.h"
 #include "ui/Windows.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 constexpr const char* kInitVars = "InitVars";
 

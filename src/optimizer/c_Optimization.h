@@ -5,11 +5,9 @@
 
 #include "evaluation/OptimizationRun.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
-class c_Optimization : public Object
-{
+class c_Optimization : public Object {
 public:
     // Write-only. Each is also kept in the process-wide host state (host/alg_m_XLinterface.h).
     void XLApplication(Ref<host::Application> application);

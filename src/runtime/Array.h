@@ -15,11 +15,9 @@
 namespace varnex3 {
 
 /// The whole numbers first..last, for range-based loops; empty when last < first.
-class Counting
-{
+class Counting {
 public:
-    class Iterator
-    {
+    class Iterator {
     public:
         constexpr Iterator(Long value, Long step) : value_(value), step_(step) {}
         constexpr Long operator*() const { return value_; }
@@ -60,8 +58,7 @@ inline std::size_t checkedOffset(Long i, Long bound)
 
 /// One dimension, 1..size().
 template <class T>
-class Array1
-{
+class Array1 {
 public:
     Array1() = default;
     explicit Array1(Long size, const T& value = T{}) { resize(size, value); }
@@ -96,8 +93,7 @@ private:
 
 /// Two dimensions, (row, column), rows 1..rows() contiguous.
 template <class T>
-class Array2
-{
+class Array2 {
 public:
     Array2() = default;
     Array2(Long rows, Long cols, const T& value = T{}) { resize(rows, cols, value); }
@@ -185,8 +181,7 @@ private:
 /// Three dimensions, (k, j, i). All elements of one third index lie together, so that the array grows
 /// by third indices at amortised constant cost each.
 template <class T>
-class Array3
-{
+class Array3 {
 public:
     Array3() = default;
     Array3(Long first, Long second, Long third, const T& value = T{}) { resize(first, second, third, value); }

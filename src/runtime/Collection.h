@@ -17,8 +17,7 @@ namespace varnex3 {
 
 /// Items are counted references to T. A missing key raises 5, a missing position 9, a duplicate key 457.
 template <class T>
-class KeyedCollection : public Object
-{
+class KeyedCollection : public Object {
 public:
     Long Count() const { return static_cast<Long>(items_.size()); }
 
@@ -46,7 +45,10 @@ public:
     {
         items_.erase(items_.begin() + static_cast<std::ptrdiff_t>(detail::checkedOffset(position, Count())));
     }
-    void Remove(std::string_view key) { items_.erase(items_.begin() + static_cast<std::ptrdiff_t>(require(key))); }
+    void Remove(std::string_view key)
+    {
+        items_.erase(items_.begin() + static_cast<std::ptrdiff_t>(require(key)));
+    }
 
 private:
     struct Entry {

@@ -57,8 +57,7 @@ void adoptForeignException()
 
 Procedure::Procedure(const char* module, const char* name) noexcept
     : module_(module), name_(name), unwinding_(std::uncaught_exceptions())
-{
-}
+{}
 
 Procedure::~Procedure()
 {

@@ -42,9 +42,7 @@ struct ErrorRecord {
 ErrorRecord& err();
 
 /// The signal that unwinds the stack; everything worth knowing is in `err()`.
-class Raised
-{
-};
+class Raised {};
 
 /// The runtime's own text for one of its error numbers; "Application-defined or object-defined error"
 /// for a number it does not know.
@@ -92,8 +90,7 @@ bool attemptInHandler(F&& work)
 /// Marks a procedure that has an error handler. When an error leaves the scope, the destructor appends
 /// "in varnex3.<module>.<name> at line <n>" on a line of its own to the error's source, n being the last
 /// `at`, or 0. Texts must be literals: only the pointers are kept.
-class Procedure
-{
+class Procedure {
 public:
     Procedure(const char* module, const char* name) noexcept;
     ~Procedure();

@@ -39,7 +39,8 @@ void roundTo(Decimal& d, int places)
     d.digits.resize(static_cast<std::size_t>(std::max(keep, 0)));
     if (!up) return;
     int i = static_cast<int>(d.digits.size()) - 1;
-    while (i >= 0 && d.digits[static_cast<std::size_t>(i)] == '9') d.digits[static_cast<std::size_t>(i--)] = '0';
+    while (i >= 0 && d.digits[static_cast<std::size_t>(i)] == '9')
+        d.digits[static_cast<std::size_t>(i--)] = '0';
     if (i >= 0) {
         ++d.digits[static_cast<std::size_t>(i)];
     } else {
@@ -186,8 +187,8 @@ std::string formatNumber(double x, std::string_view patternText)
         }
         text = positional(d, pattern);
         std::string power = std::to_string(std::abs(exponent));
-        power.insert(0, static_cast<std::size_t>(std::max(0, pattern.exponent - static_cast<int>(power.size()))),
-                     '0');
+        power.insert(
+            0, static_cast<std::size_t>(std::max(0, pattern.exponent - static_cast<int>(power.size()))), '0');
         text += (exponent < 0 ? "E-" : "E+") + power;
     }
     const bool zero = text.find_first_of("123456789") >= std::min(text.find('E'), text.size());

@@ -5,12 +5,10 @@
 
 #include "runtime/Error.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
 /// Base of everything a Variant can refer to. Held by counted reference.
-class Object
-{
+class Object {
 public:
     virtual ~Object() = default;
 

@@ -21,7 +21,8 @@ std::function<Long()>& source()
 /// A uniform value with 24 bits from the clock's nanoseconds, mixed so that close instants lie far apart.
 float clockUniform()
 {
-    auto ticks = static_cast<std::uint64_t>(std::chrono::high_resolution_clock::now().time_since_epoch().count());
+    auto ticks =
+        static_cast<std::uint64_t>(std::chrono::high_resolution_clock::now().time_since_epoch().count());
     ticks ^= ticks >> 33; // finaliser of SplitMix64
     ticks *= 0xFF51AFD7ED558CCDULL;
     ticks ^= ticks >> 33;

@@ -40,8 +40,7 @@ struct overloaded : F... {
 template <class... F>
 overloaded(F...) -> overloaded<F...>;
 
-class Variant
-{
+class Variant {
 public:
     using Held = std::variant<Empty, double, bool, std::string, ErrorValue, ObjectRef, DoubleArray1,
                               DoubleArray2, VariantArray1, VariantArray2>;
@@ -58,10 +57,7 @@ public:
     Variant(VariantArray1 array) : held_(std::move(array)) {}
     Variant(VariantArray2 array) : held_(std::move(array)) {}
     template <class T>
-        requires std::is_base_of_v<Object, T>
-    Variant(Ref<T> object) : held_(ObjectRef(std::move(object)))
-    {
-    }
+    requires std::is_base_of_v<Object, T> Variant(Ref<T> object) : held_(ObjectRef(std::move(object))) {}
 
     const Held& held() const { return held_; }
 

@@ -3,8 +3,7 @@
 
 #include <cmath>
 
-namespace varnex3
-{
+namespace varnex3 {
 
 double checkedQuotient(double numerator, double denominator)
 {

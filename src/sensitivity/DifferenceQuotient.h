@@ -5,8 +5,7 @@
 
 #include "runtime/Variant.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
 /// A response at x - h, x and x + h; a value that is not numeric could not be computed there.
 struct ResponseTriple {

@@ -6,14 +6,12 @@
 
 #include "runtime/Array.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
 /// All fields of a row share the index 1..count. A put beyond the end enlarges to its index, a put below 1
 /// does nothing, a get outside gives the empty value of the field.
 template <class Row>
-class IndexedRows
-{
+class IndexedRows {
 public:
     Long count() const { return rows_.size(); }
 

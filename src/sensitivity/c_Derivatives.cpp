@@ -10,10 +10,8 @@
 #include "runtime/Number.h"
 #include "sensitivity/DifferenceQuotient.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 constexpr Long kTableSize = 10;
 constexpr double kShrink = 1.4; // from one step to the next

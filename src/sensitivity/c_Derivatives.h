@@ -10,11 +10,9 @@
 
 #include "host/interface/Host.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
-class c_Derivatives : public Object
-{
+class c_Derivatives : public Object {
 public:
     double Deriv(std::int16_t order, host::Range& x, host::Range& y, const std::string& beforeMacro,
                  const std::string& afterMacro, double* h0 = nullptr, double maxErr = 0.0) const;

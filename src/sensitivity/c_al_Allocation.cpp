@@ -12,10 +12,8 @@
 #include "ui/EntryPoint.h"
 #include "ui/interface/UserInterface.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 constexpr const char* kModule = "c_al_Allocation";
 constexpr const char* kTitle = "Corvane";

@@ -10,11 +10,9 @@
 #include "sensitivity/c_al_Input.h"
 #include "sensitivity/c_al_Output.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
-class c_al_Allocation : public Object
-{
+class c_al_Allocation : public Object {
 public:
     void Allocate(const c_al_Input& ins, c_al_Output& outs) const;
 

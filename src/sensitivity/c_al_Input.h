@@ -7,11 +7,9 @@
 #include "runtime/Variant.h"
 #include "sensitivity/IndexedRows.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
-class c_al_Input : public Object
-{
+class c_al_Input : public Object {
 public:
     static constexpr const char* KEEP_YES = "Keep";
     static constexpr const char* KEEP_NO = "Dont Keep";

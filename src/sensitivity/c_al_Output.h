@@ -5,11 +5,9 @@
 #include "runtime/Variant.h"
 #include "sensitivity/IndexedRows.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
-class c_al_Output : public Object
-{
+class c_al_Output : public Object {
 public:
     // Per input i = 1..CountX; how gets and puts beyond behave: IndexedRows.h.
     double xStDevs(Long i) const { return inputs_.get(i, &Input::stdev); } // workbook units

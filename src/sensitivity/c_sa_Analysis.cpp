@@ -11,10 +11,8 @@
 #include "ui/Debug.h"
 #include "ui/EntryPoint.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 constexpr const char* kModule = "c_sa_Analysis";
 constexpr double kStepDivisor = 5.0;

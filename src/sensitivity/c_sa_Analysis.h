@@ -10,11 +10,9 @@
 #include "sensitivity/c_sa_Input.h"
 #include "sensitivity/c_sa_Output.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
-class c_sa_Analysis : public Object
-{
+class c_sa_Analysis : public Object {
 public:
     /// The standard deviation behind a tolerance: half width / sigma, or / sqrt(3) for a uniform one.
     /// @param asPercentOfMean  TolHalfWidth is in percent of `mean`, otherwise in workbook units

@@ -7,11 +7,9 @@
 #include "host/interface/Host.h"
 #include "sensitivity/IndexedRows.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
-class c_sa_Input : public Object
-{
+class c_sa_Input : public Object {
 public:
     Ref<host::Range> y; // the response cell
     std::string yName;

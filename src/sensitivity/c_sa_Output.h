@@ -7,11 +7,9 @@
 #include "runtime/Variant.h"
 #include "sensitivity/IndexedRows.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
-class c_sa_Output : public Object
-{
+class c_sa_Output : public Object {
 public:
     double responseMean = 0.0; // response units
     double responseStDev = 0.0;

@@ -5,8 +5,7 @@
 #include <bit>
 #include <limits>
 
-namespace varnex3::alg_m_Sorting
-{
+namespace varnex3::alg_m_Sorting {
 
 KeyBounds::KeyBounds(Long first, const std::vector<double>& keys)
     : first_(first), leaves_(std::bit_ceil(keys.size())),

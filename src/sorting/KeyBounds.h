@@ -8,15 +8,13 @@
 
 #include "runtime/Error.h"
 
-namespace varnex3::alg_m_Sorting
-{
+namespace varnex3::alg_m_Sorting {
 
 /// a sorts after b: a > b, and a value that is no number sorts after all numbers. Without that rule
 /// such a value would be neither above nor below a pivot and no partition would end.
 inline bool follows(double a, double b) { return !(a <= b) && b == b; }
 
-class KeyBounds
-{
+class KeyBounds {
 public:
     /// @param first  position of the first of `keys`
     KeyBounds(Long first, const std::vector<double>& keys);

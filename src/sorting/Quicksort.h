@@ -10,8 +10,7 @@
 
 #include "sorting/KeyBounds.h"
 
-namespace varnex3::alg_m_Sorting
-{
+namespace varnex3::alg_m_Sorting {
 
 /// Sorts a range of an `Items`, which offers
 ///   double key(Long i)             the key at position i
@@ -24,8 +23,7 @@ namespace varnex3::alg_m_Sorting
 /// so that all of them together are of the order n log n, and the whole sort n (log n)^2 at worst.
 /// The recursion enters the smaller side only: its depth is at most log2 n.
 template <class Items>
-class Quicksort
-{
+class Quicksort {
 public:
     explicit Quicksort(Items& items) : items_(items) {}
 

@@ -7,10 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace varnex3::alg_m_Sorting
-{
-namespace
-{
+namespace varnex3::alg_m_Sorting {
+namespace {
 
 constexpr std::size_t kFew = 1000; // fewer items are compared: counting digits would cost more
 constexpr unsigned kDigitBits = 11;

@@ -7,8 +7,7 @@
 
 #include "runtime/Error.h"
 
-namespace varnex3::alg_m_Sorting
-{
+namespace varnex3::alg_m_Sorting {
 
 struct Keyed {
     double key; // not NaN

@@ -3,10 +3,8 @@
 
 #include "sorting/Quicksort.h"
 
-namespace varnex3::alg_m_Sorting
-{
-namespace
-{
+namespace varnex3::alg_m_Sorting {
+namespace {
 
 struct Rows {
     Array2<double>& A;

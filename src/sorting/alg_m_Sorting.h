@@ -6,8 +6,7 @@
 
 #include "runtime/Array.h"
 
-namespace varnex3::alg_m_Sorting
-{
+namespace varnex3::alg_m_Sorting {
 
 /// Orders rows lo..hi of A by A(., key), ascending.
 /// @param keyOnly  True: only the keys themselves are exchanged; False: whole rows

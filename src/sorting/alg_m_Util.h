@@ -3,8 +3,7 @@
 
 #include "runtime/Array.h"
 
-namespace varnex3::alg_m_Util
-{
+namespace varnex3::alg_m_Util {
 
 /// The upper bound of dimension `dim` (0 means the first); 0 when the array has no such dimension or
 /// was never sized.

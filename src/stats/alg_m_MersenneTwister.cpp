@@ -3,12 +3,9 @@
 
 #include "runtime/Number.h"
 
-namespace varnex3::alg_m_MersenneTwister
-{
-namespace detail
-{
-namespace
-{
+namespace varnex3::alg_m_MersenneTwister {
+namespace detail {
+namespace {
 
 constexpr Long kDefaultSeed = 4537;
 constexpr std::size_t kOffset = 397; // of the recurrence

@@ -10,12 +10,10 @@
 
 #include "runtime/Error.h"
 
-namespace varnex3::alg_m_MersenneTwister
-{
+namespace varnex3::alg_m_MersenneTwister {
 
 /// Stands in for the generator, so that a test can script the draws and see their order.
-class DrawSource
-{
+class DrawSource {
 public:
     virtual ~DrawSource() = default;
     virtual double next() = 0;     // the next RandDouble, in [0, 1]
@@ -29,8 +27,7 @@ void setDrawSource(DrawSource* source);
 /// 2147483648, and 0 gives a stream of zeros.
 void InitRandom(Long seed);
 
-namespace detail
-{
+namespace detail {
 
 inline constexpr Long kWords = 624;
 inline constexpr Long kNeverSeeded = kWords + 1;

@@ -8,10 +8,8 @@
 #include "formulation/c_Parameter.h"
 #include "host/alg_m_XLinterface.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 constexpr double kHalfStep = 0.5 / 2147483647.0; // of the random stream
 constexpr double kFurthest = 1e-17;              // no batch holds a positive probability below it
@@ -306,8 +304,7 @@ void c_Distribution::resizeArrays(Long n)
     graphOL_.resize(n);
 }
 
-namespace
-{
+namespace {
 
 /// Integral of weight(x) * density over the graph by the trapezoidal rule.
 template <class Weight>

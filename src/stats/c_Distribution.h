@@ -13,13 +13,11 @@
 #include "runtime/Array.h"
 #include "stats/distributions/Family.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
 class c_Parameter;
 
-class c_Distribution : public DistributionComponent
-{
+class c_Distribution : public DistributionComponent {
 public:
     c_Distribution();
 

@@ -8,10 +8,8 @@
 #include "host/alg_m_XLinterface.h"
 #include "stats/c_Distribution.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 using Components = KeyedCollection<DistributionComponent>;
 

@@ -6,10 +6,8 @@
 
 #include "runtime/Number.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 constexpr Long kNegativeStDev = -2147221124; // automation error base + 380
 

@@ -9,11 +9,9 @@
 #include "runtime/Object.h"
 #include "runtime/Variant.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
-class c_Statistics : public Object
-{
+class c_Statistics : public Object {
 public:
     // Ends of the search of findZ.
     double FINDZ_MAX() const { return 37.5; }

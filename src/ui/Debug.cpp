@@ -3,8 +3,7 @@
 
 #include "ui/interface/UserInterface.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
 void traceEntry(const std::string& dbg, const char* procedure)
 {

@@ -6,8 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace varnex3
-{
+namespace varnex3 {
 
 /// On entry to a traced procedure: its own name, when dbg is not empty.
 void traceEntry(const std::string& dbg, const char* procedure);

@@ -5,8 +5,7 @@
 
 #include "ui/Windows.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
 void reportError(const Procedure& here)
 {

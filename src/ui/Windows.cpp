@@ -13,10 +13,8 @@
 #include "ui/Debug.h"
 #include "ui/interface/UserInterface.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 constexpr Long kChartRows = 10;
 constexpr const char* kCanceling = "Canceling...";

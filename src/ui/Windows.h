@@ -13,8 +13,7 @@
 namespace varnex3 {
 
 /// The progress window of an optimization, caption "Corvane".
-class alg_f_Status
-{
+class alg_f_Status {
 public:
     struct ChartRow {
         std::string label;              // generation number; empty until the first update
@@ -38,8 +37,7 @@ public:
 };
 
 /// The progress window of a Monte Carlo run, caption "Corvane Monte Carlo".
-class alg_f_MonteCarloStatus
-{
+class alg_f_MonteCarloStatus {
 public:
     bool cancelRequest = false;
     std::string statusLabel;
@@ -53,8 +51,7 @@ public:
 };
 
 /// The error window, caption "Corvane Error".
-class alg_f_Error
-{
+class alg_f_Error {
 public:
     std::string Label1;
     bool visible = false;

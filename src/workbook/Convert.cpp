@@ -3,11 +3,9 @@
 
 #include <cmath>
 
-namespace varnex3::workbook
-{
+namespace varnex3::workbook {
 
-namespace
-{
+namespace {
 
 using sheet::Failure;
 

@@ -6,8 +6,7 @@
 #include "runtime/Variant.h"
 #include "sheet/value/Value.h"
 
-namespace varnex3::workbook
-{
+namespace varnex3::workbook {
 
 /// The host's number of a failure, and back; an unknown number is #VALUE!.
 ///

@@ -12,11 +12,9 @@
 #include "workbook/Reference.h"
 #include "workbook/Workbook.h"
 
-namespace varnex3::workbook
-{
+namespace varnex3::workbook {
 
-namespace
-{
+namespace {
 
 constexpr std::size_t kMostMacroArguments = 30;
 

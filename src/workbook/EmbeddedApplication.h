@@ -15,8 +15,7 @@
 #include "host/interface/Host.h"
 #include "sheet/model/Book.h"
 
-namespace varnex3::workbook
-{
+namespace varnex3::workbook {
 
 class EmbeddedWorkbook;
 struct Session;
@@ -25,8 +24,7 @@ using Macro = std::function<Variant(std::span<const Variant>)>;
 
 /// Make it with std::make_shared: the objects of its workbooks lead back to it.
 class EmbeddedApplication final : public host::Application,
-                                  public std::enable_shared_from_this<EmbeddedApplication>
-{
+                                  public std::enable_shared_from_this<EmbeddedApplication> {
 public:
     EmbeddedApplication();
     ~EmbeddedApplication() override;

@@ -11,11 +11,9 @@
 #include "workbook/Convert.h"
 #include "workbook/EmbeddedApplication.h"
 
-namespace varnex3::workbook
-{
+namespace varnex3::workbook {
 
-namespace
-{
+namespace {
 
 constexpr std::int64_t kMostCells = 20'000'000; // of an area whose values are asked for at once
 

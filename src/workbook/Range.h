@@ -8,17 +8,14 @@
 
 #include "workbook/Workbook.h"
 
-namespace varnex3::workbook
-{
+namespace varnex3::workbook {
 
-class EmbeddedRange final : public host::Range, public std::enable_shared_from_this<EmbeddedRange>
-{
+class EmbeddedRange final : public host::Range, public std::enable_shared_from_this<EmbeddedRange> {
 public:
     /// `area` as it stands now; its sheet is `place`.
     EmbeddedRange(Ref<EmbeddedWorkbook> workbook, std::shared_ptr<SheetPlace> place, const sheet::Area& area)
         : workbook_(std::move(workbook)), place_(std::move(place)), area_(area), isCell_(area.isCell())
-    {
-    }
+    {}
 
     /// A cell's value, or those of an area as an array of rows and columns. Raises 7 for an area of
     /// more than 20 million cells.

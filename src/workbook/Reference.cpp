@@ -4,11 +4,9 @@
 #include "sheet/formula/Parser.h"
 #include "workbook/EmbeddedApplication.h"
 
-namespace varnex3::workbook
-{
+namespace varnex3::workbook {
 
-namespace
-{
+namespace {
 
 std::string quoted(std::string_view text) { return "\"" + std::string(text) + "\""; }
 

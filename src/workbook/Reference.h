@@ -7,8 +7,7 @@
 #include "runtime/Object.h"
 #include "workbook/Range.h"
 
-namespace varnex3::workbook
-{
+namespace varnex3::workbook {
 
 /// A reference taken apart; what is not written is empty.
 struct WrittenReference {

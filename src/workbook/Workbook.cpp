@@ -6,11 +6,9 @@
 #include "workbook/EmbeddedApplication.h"
 #include "workbook/Range.h"
 
-namespace varnex3::workbook
-{
+namespace varnex3::workbook {
 
-namespace
-{
+namespace {
 
 constexpr const char* kSource = "Corvane";
 constexpr std::size_t kLongestSheetName = 31;

@@ -8,8 +8,7 @@
 #include "host/interface/Host.h"
 #include "sheet/model/Book.h"
 
-namespace varnex3::workbook
-{
+namespace varnex3::workbook {
 
 class EmbeddedApplication;
 
@@ -38,8 +37,7 @@ auto asked(F&& request)
     }
 }
 
-class EmbeddedWorkbook final : public host::Workbook, public std::enable_shared_from_this<EmbeddedWorkbook>
-{
+class EmbeddedWorkbook final : public host::Workbook, public std::enable_shared_from_this<EmbeddedWorkbook> {
 public:
     EmbeddedWorkbook(std::shared_ptr<Session> session, std::string name, std::unique_ptr<sheet::Book> book);
 
@@ -89,13 +87,11 @@ private:
     Stale stale_ = Stale::Everything;
 };
 
-class EmbeddedWorksheet final : public host::Worksheet
-{
+class EmbeddedWorksheet final : public host::Worksheet {
 public:
     EmbeddedWorksheet(Ref<EmbeddedWorkbook> workbook, std::shared_ptr<SheetPlace> place)
         : workbook_(std::move(workbook)), place_(std::move(place))
-    {
-    }
+    {}
 
     // host::Worksheet
     std::string Name() override;
@@ -111,8 +107,7 @@ private:
     std::shared_ptr<SheetPlace> place_;
 };
 
-class EmbeddedWorkbooks final : public host::Workbooks
-{
+class EmbeddedWorkbooks final : public host::Workbooks {
 public:
     explicit EmbeddedWorkbooks(Ref<EmbeddedApplication> application) : application_(std::move(application)) {}
 

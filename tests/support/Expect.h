@@ -14,8 +14,7 @@
 #include "support/ScriptedUi.h"
 #include "ui/Windows.h"
 
-namespace varnex3::test
-{
+namespace varnex3::test {
 
 using Lines = std::vector<std::string>;
 
@@ -50,8 +49,7 @@ void expectRaises(Long number, const std::string& source, const std::string& des
 }
 
 /// A host, a user, and fresh host state, windows and seeds around every test.
-class LibraryTest : public testing::Test
-{
+class LibraryTest : public testing::Test {
 protected:
     LibraryTest() { reset(); }
     ~LibraryTest() override { reset(); }

@@ -5,10 +5,8 @@
 
 #include "runtime/Number.h"
 
-namespace varnex3::test
-{
-namespace
-{
+namespace varnex3::test {
+namespace {
 
 std::string columnName(Long column)
 {
@@ -54,13 +52,11 @@ std::string shown(const Variant& v)
     return text;
 }
 
-class FakeRange final : public host::Range
-{
+class FakeRange final : public host::Range {
 public:
     FakeRange(Ref<FakeSheet> sheet, const Area& area)
         : sheet_(std::move(sheet)), area_(area), first_(sheet_->cells_[{area.top, area.left}])
-    {
-    }
+    {}
 
     Variant Value() override
     {
@@ -143,8 +139,7 @@ private:
 
 FakeSheet::FakeSheet(FakeHost& host, FakeWorkbook& book, std::string name)
     : host_(host), book_(book), name_(std::move(name))
-{
-}
+{}
 
 Ref<host::Range> FakeSheet::range(const std::string& address)
 {
@@ -265,8 +260,7 @@ Ref<host::Worksheet> FakeWorkbook::AddWorksheet()
     return sheet("Sheet" + std::to_string(number)).shared_from_this();
 }
 
-class FakeWorkbooks final : public host::Workbooks
-{
+class FakeWorkbooks final : public host::Workbooks {
 public:
     explicit FakeWorkbooks(FakeHost& owner) : owner_(owner) {}
 

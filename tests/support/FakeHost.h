@@ -22,8 +22,7 @@
 
 #include "host/interface/Host.h"
 
-namespace varnex3::test
-{
+namespace varnex3::test {
 
 class FakeHost;
 class FakeSheet;
@@ -37,8 +36,7 @@ struct FakeCell {
     std::string formulaText; // empty: a constant
 };
 
-class FakeSheet final : public host::Worksheet, public std::enable_shared_from_this<FakeSheet>
-{
+class FakeSheet final : public host::Worksheet, public std::enable_shared_from_this<FakeSheet> {
 public:
     FakeSheet(FakeHost& host, FakeWorkbook& book, std::string name);
 
@@ -76,8 +74,7 @@ private:
     std::vector<Place> order_;                    // formula cells as defined
 };
 
-class FakeWorkbook final : public host::Workbook, public std::enable_shared_from_this<FakeWorkbook>
-{
+class FakeWorkbook final : public host::Workbook, public std::enable_shared_from_this<FakeWorkbook> {
 public:
     FakeWorkbook(FakeHost& host, std::string name);
 
@@ -100,8 +97,7 @@ private:
 
 enum class Record { Nothing, Writes, Everything };
 
-class FakeHost final : public host::Application, public std::enable_shared_from_this<FakeHost>
-{
+class FakeHost final : public host::Application, public std::enable_shared_from_this<FakeHost> {
 public:
     /// A host with the workbook "Book1.xlsx", which has "Sheet1". It must outlive its ranges.
     static Ref<FakeHost> create();

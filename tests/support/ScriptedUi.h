@@ -10,11 +10,9 @@
 
 #include "ui/interface/UserInterface.h"
 
-namespace varnex3::test
-{
+namespace varnex3::test {
 
-class ScriptedUi final : public ui::UserInterface
-{
+class ScriptedUi final : public ui::UserInterface {
 public:
     ScriptedUi() { ui::setUserInterface(this); }
     ~ScriptedUi() override { ui::setUserInterface(nullptr); }

@@ -24,8 +24,7 @@ class Range;
 inline constexpr Long kCalculationAutomatic = -4105;
 inline constexpr Long kCalculationManual = -4135;
 
-class Application : public Object
-{
+class Application : public Object {
 public:
     /// Brings every formula of all open workbooks up to date.
     virtual void Calculate() = 0;
@@ -46,15 +45,13 @@ public:
     virtual std::string OperatingSystem() = 0;
 };
 
-class Workbooks : public Object
-{
+class Workbooks : public Object {
 public:
     virtual Ref<Workbook> Item(const std::string& name) = 0; // an error when none is open by that name
     virtual Ref<Workbook> Add() = 0;                         // a new workbook, active from now on
 };
 
-class Workbook : public Object
-{
+class Workbook : public Object {
 public:
     virtual std::string Name() = 0; // file name without folder
     virtual void Activate() = 0;
@@ -64,20 +61,18 @@ public:
     virtual Ref<Worksheet> AddWorksheet() = 0;         // after the last one
 };
 
-class Worksheet : public Object
-{
+class Worksheet : public Object {
 public:
     virtual std::string Name() = 0;
     virtual void Name(const std::string& name) = 0;
     virtual Ref<Workbook> Parent() = 0;
     virtual void Activate() = 0;
     virtual void Delete() = 0;
-    virtual Ref<Range> Cells(Long row, Long column) = 0;                    // 1-based
-    virtual void Cells(Long row, Long column, const Variant& value) = 0;    // stores a value there
+    virtual Ref<Range> Cells(Long row, Long column) = 0;                 // 1-based
+    virtual void Cells(Long row, Long column, const Variant& value) = 0; // stores a value there
 };
 
-class Range : public Object
-{
+class Range : public Object {
 public:
     virtual Variant Value() = 0;
     virtual void Value(const Variant& value) = 0;

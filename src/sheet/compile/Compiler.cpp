@@ -7,10 +7,8 @@
 #include "sheet/exec/Invoke.h"
 #include "sheet/exec/Operators.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 /// What the consumer of a node's value takes.
 enum class Want : std::uint8_t {
@@ -27,8 +25,7 @@ struct Mode {
     Mode range() const { return {Want::Range, array, false}; }
 };
 
-class Compiler
-{
+class Compiler {
 public:
     Compiler(SheetIndex ownSheet, const Scope& scope) : ownSheet_(ownSheet), scope_(scope) {}
 

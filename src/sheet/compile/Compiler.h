@@ -9,12 +9,10 @@
 #include "sheet/formula/Tree.h"
 #include "sheet/value/Environment.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// What the compiler asks of the book: who is meant by a name.
-class Scope
-{
+class Scope {
 public:
     virtual ~Scope() = default;
     virtual std::optional<SheetIndex> sheetOf(std::string_view name) const = 0;

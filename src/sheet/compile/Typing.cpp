@@ -4,10 +4,8 @@
 #include <cmath>
 #include <string_view>
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 using Operand = TypedOperand;
 using From = TypedOperand::From;
@@ -15,8 +13,7 @@ using Step = TypedTemplate::Step;
 
 /// Runs the stack code with operands in place of values; gives up at the first thing that is not a matter of
 /// numbers.
-class Typist
-{
+class Typist {
 public:
     explicit Typist(const Code& code) : code_(code) {}
     TypedTemplate run();
@@ -368,15 +365,13 @@ struct Run {
 };
 
 /// Turns one template into instructions for one cell.
-class Placer
-{
+class Placer {
 public:
     Placer(const TypedTemplate& typed, const Code& code, const CellAddress& here, Store& store,
            TypedPool& pool, TypedProgram& program, std::vector<std::pair<Slot, Kind>>& operands)
         : typed_(typed), code_(code), here_(here), store_(store), pool_(pool), program_(program),
           operands_(operands)
-    {
-    }
+    {}
     bool place(Slot result);
 
 private:
@@ -523,14 +518,12 @@ bool Placer::place(Slot result)
 }
 
 /// Joins neighbouring formulas of a program.
-class Joiner
-{
+class Joiner {
 public:
     Joiner(const TypedProgram& program, const std::vector<std::uint32_t>& oldStarts,
            const std::vector<std::uint64_t>& groups, const TypedPool& pool)
         : old_(program.instructions), starts_(oldStarts), groups_(groups), pool_(pool)
-    {
-    }
+    {}
 
     void run()
     {

@@ -15,8 +15,7 @@
 #include "sheet/exec/Store.h"
 #include "sheet/exec/TypedProgram.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// Where an operand of a template comes from.
 struct TypedOperand {
@@ -56,8 +55,7 @@ struct TypedTemplate {
 TypedTemplate makeTypedTemplate(const Code& code);
 
 /// Slots for the constants and temporaries of typed code.
-class TypedPool
-{
+class TypedPool {
 public:
     explicit TypedPool(Store& store) : store_(store) {}
     Slot constant(double x);

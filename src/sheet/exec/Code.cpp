@@ -3,10 +3,8 @@
 
 #include <algorithm>
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 bool place(std::int32_t& coordinate, bool absolute, std::int32_t own, std::int32_t limit, bool wraps)
 {

@@ -13,8 +13,7 @@
 #include "sheet/functions/Function.h"
 #include "sheet/value/Value.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 enum class Op : std::uint8_t {
     Constant,    // push constants[operand]

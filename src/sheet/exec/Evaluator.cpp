@@ -8,8 +8,7 @@
 #include "sheet/exec/Operators.h"
 #include "sheet/format/Convert.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// One run. `top` points past the topmost value; values above it are leftovers that the next push replaces.
 struct Evaluator::Machine {
@@ -153,8 +152,7 @@ void Evaluator::Machine::ifEnd()
     top -= 2;
 }
 
-namespace
-{
+namespace {
 bool catches(const Value& v, bool onlyNA) { return v.isFailure() && (!onlyNA || v.failure() == Failure::NA); }
 } // namespace
 

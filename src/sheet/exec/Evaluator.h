@@ -9,11 +9,9 @@
 #include "sheet/exec/Store.h"
 #include "sheet/value/Environment.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
-class Evaluator
-{
+class Evaluator {
 public:
     Evaluator(Store& store, Environment& environment) : store_(store), environment_(environment) {}
 

@@ -6,10 +6,8 @@
 #include "sheet/exec/Operators.h"
 #include "sheet/format/Convert.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 bool takesOneValue(Take take) { return take <= Take::Any; }
 

@@ -7,8 +7,7 @@
 #include "sheet/value/Environment.h"
 #include "sheet/value/Value.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// Converts the arguments in place as the row of the function says, spreads the call over arrays given
 /// where one value is wanted, and calls the body. The first failure from the left of an argument that must

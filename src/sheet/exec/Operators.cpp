@@ -3,10 +3,8 @@
 
 #include <algorithm>
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 Value scalarBinary(Operator op, const Value& a, const Value& b, DateSystem dates, bool final)
 {

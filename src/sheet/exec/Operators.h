@@ -10,8 +10,7 @@
 #include "sheet/value/Environment.h"
 #include "sheet/value/Value.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// A sum or difference that ends a formula and all but cancels counts as 0: below 2^-48 of its left operand
 /// only the rounding of the operands is left.

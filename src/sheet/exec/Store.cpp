@@ -3,8 +3,7 @@
 
 #include <algorithm>
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 void Store::removeSheet(SheetIndex sheet)
 {

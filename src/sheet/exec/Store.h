@@ -12,11 +12,9 @@
 #include "sheet/value/Slot.h"
 #include "sheet/value/Value.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
-class Store
-{
+class Store {
 public:
     static constexpr std::int32_t kTileRows = 64;
 

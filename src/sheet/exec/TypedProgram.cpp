@@ -6,10 +6,8 @@
 
 #include "sheet/exec/Operators.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 inline bool isFinite(double x) { return std::fabs(x) <= std::numeric_limits<double>::max(); }
 

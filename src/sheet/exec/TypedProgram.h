@@ -11,8 +11,7 @@
 #include "sheet/value/Slot.h"
 #include "sheet/value/Value.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// The operations that work on up to four numbers x, y, z, w and give one: name, result. Products and sums
 /// round separately; a Final one stands at the end of a formula, where a sum that cancels is 0.

@@ -6,10 +6,8 @@
 
 #include "sheet/format/NumberFormat.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 constexpr std::int64_t kLastSerial = 2958465; // 9999-12-31 in the 1900 system
 constexpr std::int64_t kShift1904 = 1462;     // serial of 1904-01-01 in the 1900 system

@@ -9,10 +9,8 @@
 #include "sheet/format/Decimal.h"
 #include "sheet/format/Letters.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 constexpr int kWidestPlainNumber = 20; // digits before the point, or characters of a number below 1
 

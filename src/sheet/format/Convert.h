@@ -8,8 +8,7 @@
 #include "sheet/value/Environment.h"
 #include "sheet/value/Value.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// The number that a text stands for in arithmetic and VALUE: plain, percent, with thousands
 /// separators or a currency sign, fractions, dates and times. Nothing for any other text.

@@ -5,10 +5,8 @@
 #include <charconv>
 #include <cmath>
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 void dropTrailingZeros(std::string& digits)
 {

@@ -3,8 +3,7 @@
 
 #include <string>
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// Digits without trailing zeros, first digit at 10^exponent; no digits for 0. The sign is the caller's.
 struct Decimal {

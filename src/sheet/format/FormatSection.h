@@ -9,8 +9,7 @@
 
 #include "sheet/value/Environment.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 enum class Piece : std::uint8_t {
     Literal, // text as it stands

@@ -3,10 +3,8 @@
 
 #include <cstdint>
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 constexpr char32_t kBrokenByte = 0x110000; // just above Unicode's last
 

@@ -8,8 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// The character at `at`, which moves behind it. A byte that is no UTF-8 counts as a character of its own,
 /// above all real ones.

@@ -10,18 +10,15 @@
 #include "sheet/format/FormatSection.h"
 #include "sheet/format/Letters.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 bool isLetter(char c) { return lower(c) >= 'a' && lower(c) <= 'z'; }
 
 bool isDatePiece(Piece piece) { return piece >= Piece::Year; }
 
-class FormatReader
-{
+class FormatReader {
 public:
     explicit FormatReader(std::string_view format) : format_(format) {}
 

@@ -9,8 +9,7 @@
 #include "sheet/value/Environment.h"
 #include "sheet/value/Value.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// A value written with a number format, as TEXT does; nothing when the format cannot be read.
 std::optional<std::string> formatValue(const Value& scalar, std::string_view format, DateSystem dates);

@@ -11,10 +11,8 @@
 #include "sheet/format/Letters.h"
 #include "sheet/format/NumberFormat.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
@@ -40,8 +38,7 @@ std::optional<double> plainNumber(std::string_view text)
 }
 
 /// Reads pieces of a text from left to right; every reader leaves the place alone when it finds nothing.
-class Scanner
-{
+class Scanner {
 public:
     explicit Scanner(std::string_view text) : text_(text) {}
 

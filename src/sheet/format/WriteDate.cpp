@@ -5,10 +5,8 @@
 #include "sheet/format/FormatSection.h"
 #include "sheet/format/NumberFormat.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 constexpr std::string_view kMonths[] = {"January",   "February", "March",    "April",
                                         "May",       "June",     "July",     "August",

@@ -9,10 +9,8 @@
 #include "sheet/format/Decimal.h"
 #include "sheet/format/FormatSection.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 using Tokens = std::vector<FormatToken>;
 

@@ -5,12 +5,9 @@
 
 #include "sheet/formula/Parser.h"
 
-namespace varnex3::sheet
-{
-namespace lexical
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace lexical {
+namespace {
 
 /// "$"? and one to three letters up to XFD; moves `at` behind them.
 std::optional<Coordinate> readColumn(std::string_view text, std::size_t& at)
@@ -155,8 +152,7 @@ std::string columnLetters(std::int32_t col)
 
 } // namespace lexical
 
-namespace
-{
+namespace {
 
 /// "R", "C3", "RC", "r1c1": would read as a reference of the other notation.
 bool looksLikeR1C1(std::string_view name)

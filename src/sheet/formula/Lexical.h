@@ -11,8 +11,7 @@
 
 #include "sheet/formula/Tree.h"
 
-namespace varnex3::sheet::lexical
-{
+namespace varnex3::sheet::lexical {
 
 inline bool isDigit(char c) { return c >= '0' && c <= '9'; }
 inline bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }

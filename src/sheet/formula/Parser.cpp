@@ -13,10 +13,8 @@
 
 #include "sheet/formula/Lexical.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 using namespace lexical;
 
@@ -74,8 +72,7 @@ std::optional<double> literalNumber(std::string_view text)
     return tiny ? std::optional(0.0) : std::nullopt;
 }
 
-class FormulaParser
-{
+class FormulaParser {
 public:
     FormulaParser(std::string_view text, const CellAddress& here) : text_(text), here_(here) {}
 
@@ -725,8 +722,7 @@ private:
 
 // ---- item specifications of tables ----
 
-class TableItemsReader
-{
+class TableItemsReader {
 public:
     explicit TableItemsReader(std::string_view text) : text_(text) {}
 

@@ -9,8 +9,7 @@
 
 #include "sheet/formula/Tree.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// Why a text is no formula, and where (offset into the text, from 0).
 struct ParseError {

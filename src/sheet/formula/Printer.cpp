@@ -8,10 +8,8 @@
 #include "sheet/formula/Lexical.h"
 #include "sheet/formula/Parser.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 using namespace lexical;
 
@@ -114,8 +112,7 @@ std::string arrayText(const Value& array)
     return text + "}";
 }
 
-class Printer
-{
+class Printer {
 public:
     Printer(const Tree& tree, const CellAddress& here) : tree_(tree), here_(here) {}
 
@@ -289,8 +286,7 @@ private:
 
 // ---- hash ----
 
-class Hasher
-{
+class Hasher {
 public:
     void add(std::size_t x)
     {

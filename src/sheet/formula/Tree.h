@@ -11,8 +11,7 @@
 
 #include "sheet/value/Value.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 enum class NodeKind : std::uint8_t {
     Number,     // number

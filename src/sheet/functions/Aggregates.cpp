@@ -12,10 +12,8 @@
 #include "sheet/functions/Criterion.h"
 #include "sheet/functions/Function.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 /// Call::numbers with the visitor inlined into the walk over runs of cells.
 template <class Visitor>
@@ -190,8 +188,7 @@ Value countBlank(Call& call)
 // Element by element ------------------------------------------------------------------------------------
 
 /// Blocks of one size, cut to the part of it that any of them uses; what is not in use is empty.
-class SameSizeBlocks
-{
+class SameSizeBlocks {
 public:
     void add(const Block& block)
     {

@@ -9,10 +9,8 @@
 #include "sheet/functions/Block.h"
 #include "sheet/functions/Function.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 constexpr double kMostItems = 16777216.0; // 2^24 values fill 256 MB
 
@@ -24,8 +22,7 @@ struct Grid {
     Grid(std::int32_t height, std::int32_t width, const Value& filler = Value())
         : rows(height), cols(width),
           items(static_cast<std::size_t>(height) * static_cast<std::size_t>(width), filler)
-    {
-    }
+    {}
     Value& at(std::int32_t r, std::int32_t c)
     {
         return items[static_cast<std::size_t>(r) * static_cast<std::size_t>(cols) +

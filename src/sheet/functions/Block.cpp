@@ -1,8 +1,7 @@
 // sheet/functions/Block.cpp - blocks and their parts.
 #include "sheet/functions/Block.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 Block::Block(Environment& environment, const Value& whole) : environment_(&environment), whole_(whole)
 {

@@ -9,11 +9,9 @@
 
 #include "sheet/functions/Function.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
-class Block
-{
+class Block {
 public:
     Block(Environment& environment, const Value& whole);
     Block(const Call& call, int i) : Block(call.environment(), call.value(i)) {}

@@ -3,8 +3,7 @@
 
 #include "sheet/format/Convert.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 Criterion::Criterion(const Value& scalar, DateSystem dates) : dates_(dates)
 {

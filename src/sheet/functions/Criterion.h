@@ -7,8 +7,7 @@
 #include "sheet/value/Environment.h"
 #include "sheet/value/Value.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// A criterion such as 5, ">=2.5", "<>north*", "", "=" or TRUE.
 ///
@@ -16,8 +15,7 @@ namespace varnex3::sheet
 /// where it can be; other texts are patterns with * ? ~ for = and <>, and plain texts for the orders.
 /// Numbers equal texts that read as the same number. "=" fits empty cells only, "" also empty texts,
 /// "<>" every cell that is not empty. An empty cell as the criterion counts as 0.
-class Criterion
-{
+class Criterion {
 public:
     Criterion(const Value& scalar, DateSystem dates);
 

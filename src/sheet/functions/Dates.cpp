@@ -16,10 +16,8 @@
 #include "sheet/functions/DayCount.h"
 #include "sheet/functions/Function.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 constexpr double kSecondsPerDay = 86400.0;
 

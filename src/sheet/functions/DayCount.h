@@ -3,8 +3,7 @@
 
 #include "sheet/functions/Function.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// The share of a year between two serial dates in any order; #NUM! for dates that are none.
 /// Basis 0: US 30/360, 1: actual days over the mean length of the years, 2: actual/360, 3: actual/365,

@@ -23,10 +23,8 @@
 #include "sheet/functions/Function.h"
 #include "sheet/functions/Samples.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 namespace policies = boost::math::policies;
 using Quiet = policies::policy<

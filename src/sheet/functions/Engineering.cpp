@@ -16,10 +16,8 @@
 #include "sheet/functions/Function.h"
 #include "sheet/functions/Units.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 

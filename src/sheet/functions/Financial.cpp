@@ -11,10 +11,8 @@
 #include "sheet/functions/DayCount.h"
 #include "sheet/functions/Function.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 // --- Annuities ------------------------------------------------------------------------------------------
 //

@@ -6,10 +6,8 @@
 
 #include "sheet/format/Convert.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 std::vector<const FunctionRow*> collectRows()
 {

@@ -17,8 +17,7 @@
 #include "sheet/value/Environment.h"
 #include "sheet/value/Value.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 class Call;
 
@@ -140,14 +139,12 @@ struct FunctionRow {
 };
 
 /// One call of a function, its arguments counted and converted.
-class Call
-{
+class Call {
 public:
     Call(Environment& environment, const CellAddress& here, const FunctionRow& row,
          std::span<const Value> arguments, std::uint64_t missing = 0)
         : environment_(environment), here_(here), row_(row), arguments_(arguments), missing_(missing)
-    {
-    }
+    {}
 
     /// Arguments written in the formula, those left empty between separators included.
     int count() const { return static_cast<int>(arguments_.size()); }

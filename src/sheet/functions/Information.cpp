@@ -9,10 +9,8 @@
 #include "sheet/formula/Parser.h"
 #include "sheet/functions/Function.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 Value isBlank(Call& call) { return call.value(0).isEmpty(); }
 Value isFailure(Call& call) { return call.value(0).isFailure(); }

@@ -5,10 +5,8 @@
 #include "sheet/format/Convert.h"
 #include "sheet/functions/Function.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 /// The TRUEs and FALSEs among all arguments; of cells only numbers and Booleans count.
 struct TruthCount {

@@ -9,16 +9,13 @@
 #include "sheet/functions/Block.h"
 #include "sheet/functions/Function.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 constexpr std::int32_t kNotFound = -1;
 
 /// A row or a column of cells, counted from 0.
-class Line
-{
+class Line {
 public:
     explicit Line(const Block& cells) : Line(cells, cells.cols() == 1) {}
     Line(const Block& cells, bool vertical) : cells_(cells), vertical_(vertical) {}
@@ -49,14 +46,12 @@ private:
 Value wantedValue(const Value& v) { return v.isEmpty() ? Value(0.0) : v; }
 
 /// Equality as searches see it: of one kind, numbers to the last bit, texts without regard to case.
-class Sought
-{
+class Sought {
 public:
     Sought(const Value& wanted, bool wildcards)
         : wanted_(wanted),
           pattern_(wildcards && wanted.isText() && wanted.text().find_first_of("*?~") != std::string::npos)
-    {
-    }
+    {}
     bool fits(const Value& v) const
     {
         if (v.kind() != wanted_.kind()) return false;

@@ -8,10 +8,8 @@
 
 #include "sheet/functions/Function.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 using Matrix = Eigen::MatrixXd;
 

@@ -12,10 +12,8 @@
 
 #include "sheet/functions/Samples.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 /// Which way the observations run, found from the shapes of y and x.
 enum class Layout : std::uint8_t {

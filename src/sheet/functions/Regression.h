@@ -3,8 +3,7 @@
 
 #include "sheet/functions/Function.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 Value linest(Call& call); // LINEST(ys, [xs], [const], [stats])
 Value logest(Call& call); // LOGEST: the same for y = b m1^x1 m2^x2 ...

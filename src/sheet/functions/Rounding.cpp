@@ -5,10 +5,8 @@
 #include <cmath>
 #include <cstddef>
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 constexpr double kNoise = 1e-15;                // relative; scaling adds at most two units of 2^-53
 constexpr double kAllWhole = 4503599627370496.; // 2^52: from here on doubles have no fraction

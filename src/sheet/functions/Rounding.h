@@ -4,8 +4,7 @@
 // Plain arithmetic on doubles; the worksheet functions over it stand in Mathematics.cpp.
 #pragma once
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// Halves away from zero: 2.675 to 2 places is 2.68, although the double lies below the half.
 /// Negative places round before the point. Values that have no such digits come back unchanged.

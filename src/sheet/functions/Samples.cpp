@@ -4,8 +4,7 @@
 #include <algorithm>
 #include <limits>
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 double Sample::mean() const
 {

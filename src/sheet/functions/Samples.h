@@ -10,8 +10,7 @@
 
 #include "sheet/functions/Function.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// Numbers of one or more arguments in the order met, or the first failure.
 struct Sample {

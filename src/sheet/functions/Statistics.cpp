@@ -12,10 +12,8 @@
 #include "sheet/functions/Regression.h"
 #include "sheet/functions/Samples.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 // --- Spread ---------------------------------------------------------------------------------------------
 

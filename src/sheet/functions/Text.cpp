@@ -15,10 +15,8 @@
 #include "sheet/format/NumberFormat.h"
 #include "sheet/functions/Function.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 constexpr std::size_t kLongestText = 32767; // code units that a cell holds
 

@@ -6,10 +6,8 @@
 
 #include <cmath>
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 enum class Quantity {
     Mass,

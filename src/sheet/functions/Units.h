@@ -4,8 +4,7 @@
 #include <optional>
 #include <string_view>
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// x of one unit in another: 1 "lbm" in "kg" is 0.45359237. Names respect letter case and may carry a
 /// decimal prefix (or a binary one, for bit and byte) where the unit takes one. Nothing for unknown units

@@ -11,15 +11,13 @@
 #include "sheet/value/Slot.h"
 #include "sheet/value/Value.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// A formula, or (with the top bit set) an area that formulas read.
 using GraphNode = std::uint32_t;
 inline constexpr GraphNode kAreaBit = 0x80000000U;
 
-class Dependencies
-{
+class Dependencies {
 public:
     void clear();
     void addCell(Slot cell, FormulaId reader);

@@ -3,8 +3,7 @@
 
 #include <algorithm>
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 bool Ordering::enter(GraphNode n, FunctionRef<void(GraphNode, std::vector<GraphNode>&)> readers)
 {

@@ -9,8 +9,7 @@
 #include "sheet/graph/Dependencies.h"
 #include "sheet/value/Environment.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// Every formula after those it reads. A loop is a stretch of formulas that read one another in a circle,
 /// at least by what is written in them.
@@ -19,8 +18,7 @@ struct Order {
     std::vector<std::pair<std::uint32_t, std::uint32_t>> loops; // [begin, end) of `formulas`
 };
 
-class Ordering
-{
+class Ordering {
 public:
     /// All that is reached from `sources`, in topological order; the strongly connected components come from
     /// Tarjan's algorithm with a stack of its own (chains may be a million cells long).

@@ -9,8 +9,7 @@
 #include "sheet/formula/Parser.h"
 #include "sheet/model/BookImpl.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 Book::Book() : impl_(std::make_unique<Impl>()) {}
 Book::~Book() = default;

@@ -17,13 +17,11 @@
 #include "sheet/value/Slot.h"
 #include "sheet/value/Value.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// A request that the model refuses (a formula that cannot be parsed, a sheet name taken, a cell
 /// outside the grid). The message says where and what; the book is as it was before.
-class BookError : public std::runtime_error
-{
+class BookError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
@@ -48,8 +46,7 @@ struct Inspection {
     std::vector<std::pair<std::string, std::string>> notices; // from the reader: where, what
 };
 
-class Book
-{
+class Book {
 public:
     Book();
     ~Book();

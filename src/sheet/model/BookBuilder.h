@@ -11,8 +11,7 @@
 #include "sheet/value/Environment.h"
 #include "sheet/value/Value.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// How a file wants its formulas calculated.
 struct CalculationSettings {
@@ -23,8 +22,7 @@ struct CalculationSettings {
     DateSystem dates = DateSystem::From1900;
 };
 
-class BookBuilder
-{
+class BookBuilder {
 public:
     virtual ~BookBuilder() = default;
 

@@ -18,8 +18,7 @@
 #include "sheet/model/FormulaTable.h"
 #include "sheet/model/Recalculation.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 struct DefinedName {
     std::string name;

@@ -5,8 +5,7 @@
 #include "sheet/formula/Parser.h"
 #include "sheet/model/BookImpl.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 std::string Book::Impl::cellText(const CellAddress& cell) const
 {

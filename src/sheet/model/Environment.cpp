@@ -8,14 +8,11 @@
 #include "sheet/formula/Parser.h"
 #include "sheet/model/BookImpl.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 /// "R3C4", "R[-1]C", "R2C1:R5C3" and so on; nothing for any other text.
-class R1C1
-{
+class R1C1 {
 public:
     R1C1(std::string_view text, const CellAddress& here) : text_(text), here_(here) {}
 

@@ -6,10 +6,8 @@
 #include "sheet/format/Convert.h"
 #include "sheet/formula/Parser.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 /// So many trees are kept for comparison and for texts; a book with more different formulas than that has
 /// them parsed again when asked, which keeps its memory in bounds.

@@ -17,8 +17,7 @@
 #include "sheet/exec/Store.h"
 #include "sheet/formula/Tree.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 using CodeId = std::uint32_t;
 inline constexpr CodeId kNoCode = 0xFFFFFFFFU;
@@ -42,8 +41,7 @@ struct FormulaCell {
     std::int32_t block = -1; // index of the area of an array formula
 };
 
-class FormulaTable
-{
+class FormulaTable {
 public:
     /// The code of a formula text; equal formulas get the same one. Not compiled yet.
     CodeId intern(std::string_view text, const CellAddress& cell, bool array);

@@ -5,10 +5,8 @@
 #include "sheet/formula/Parser.h"
 #include "sheet/model/BookImpl.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 /// Numbers to nine digits, everything else exactly.
 bool agree(const Value& now, const Value& then)

@@ -2,10 +2,8 @@
 #include "sheet/formula/Parser.h"
 #include "sheet/model/BookImpl.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 std::uint64_t groupKey(SheetIndex sheet, std::uint32_t group)
 {

@@ -5,10 +5,8 @@
 #include <span>
 #include <tuple>
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 constexpr std::int64_t kCellsOnTheirOwn = 4; // a smaller area is linked cell by cell
 constexpr std::size_t kMostPlans = 64;

@@ -18,16 +18,13 @@
 #include "sheet/graph/Ordering.h"
 #include "sheet/model/FormulaTable.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
-class Recalculation
-{
+class Recalculation {
 public:
     Recalculation(Store& store, FormulaTable& formulas, Evaluator& evaluator)
         : store_(store), formulas_(formulas), evaluator_(evaluator)
-    {
-    }
+    {}
 
     // What happened since the last recalculation.
     void valueWritten(Slot slot)

@@ -12,8 +12,7 @@
 
 #include "sheet/value/Value.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// Day number of 1 January 1900 or of 1 January 1904 as the start of the serial dates.
 enum class DateSystem : std::uint8_t { From1900, From1904 };
@@ -22,8 +21,7 @@ enum class DateSystem : std::uint8_t { From1900, From1904 };
 template <class Signature>
 class FunctionRef;
 template <class R, class... A>
-class FunctionRef<R(A...)>
-{
+class FunctionRef<R(A...)> {
 public:
     template <class F>
     requires(!std::is_same_v<std::remove_cvref_t<F>, FunctionRef>) FunctionRef(F&& f)
@@ -31,8 +29,7 @@ public:
           call_([](void* target, A... args) -> R {
               return (*static_cast<std::remove_reference_t<F>*>(target))(std::forward<A>(args)...);
           })
-    {
-    }
+    {}
     R operator()(A... args) const { return call_(target_, std::forward<A>(args)...); }
 
 private:
@@ -40,8 +37,7 @@ private:
     R (*call_)(void*, A...);
 };
 
-class Environment
-{
+class Environment {
 public:
     virtual ~Environment() = default;
 

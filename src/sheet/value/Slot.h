@@ -3,8 +3,7 @@
 
 #include <cstdint>
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// A cell in the flat store; valid until its sheet is removed.
 using Slot = std::uint32_t;

@@ -4,10 +4,8 @@
 #include <algorithm>
 #include <cassert>
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 struct FailureName {
     Failure failure;
@@ -31,8 +29,7 @@ bool sameLetters(std::string_view a, std::string_view b)
 thread_local bool spareGone = false; // the thread ends, and its spare payloads are deleted
 
 /// References come and go with every evaluation of an area; a few of their payloads wait here for the next.
-class SparePayloads
-{
+class SparePayloads {
 public:
     ~SparePayloads()
     {

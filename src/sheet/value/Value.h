@@ -13,8 +13,7 @@
 #include <utility>
 #include <vector>
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 inline constexpr std::int32_t kMaxRows = 1048576;
 inline constexpr std::int32_t kMaxColumns = 16384;
@@ -57,8 +56,7 @@ enum class Kind : std::uint8_t { Empty, Number, Boolean, Failure, Text, Array, R
 
 class Value;
 
-namespace detail
-{
+namespace detail {
 struct Payload {
     std::atomic<std::uint32_t> references{1};
 };
@@ -71,8 +69,7 @@ struct ReferenceData : Payload {
 };
 } // namespace detail
 
-class Value
-{
+class Value {
 public:
     Value() noexcept : number_(0.0) {}
     Value(double x) noexcept : number_(x), kind_(Kind::Number) {}
@@ -163,8 +160,7 @@ private:
 
 static_assert(sizeof(Value) == 16);
 
-namespace detail
-{
+namespace detail {
 struct ArrayData : Payload {
     std::int32_t rows = 0, cols = 0;
     std::vector<Value> items;

@@ -10,11 +10,9 @@
 
 #include <zip.h>
 
-namespace varnex3::sheet::xlsx
-{
+namespace varnex3::sheet::xlsx {
 
-namespace
-{
+namespace {
 
 constexpr int kPieceBytes = 64 * 1024;
 constexpr std::size_t kRatioFreeBytes = std::size_t{1}
@@ -123,12 +121,10 @@ std::string relationshipPart(const std::string& part)
     return part.substr(0, slash + 1) + "_rels/" + part.substr(slash + 1) + ".rels";
 }
 
-class RelationshipHandler final : public XmlHandler
-{
+class RelationshipHandler final : public XmlHandler {
 public:
     RelationshipHandler(Package& package, std::string source) : package_(package), source_(std::move(source))
-    {
-    }
+    {}
 
     bool open(const Tag& tag) override
     {
@@ -178,8 +174,7 @@ struct Package::Archive {
     std::size_t bytes = 0; // of the whole file
 };
 
-namespace
-{
+namespace {
 
 std::string errorText(int code)
 {

@@ -14,8 +14,7 @@
 #include "sheet/xlsx/Reader.h"
 #include "sheet/xlsx/Xml.h"
 
-namespace varnex3::sheet::xlsx
-{
+namespace varnex3::sheet::xlsx {
 
 /// One reference from a part to another part or to something outside the file.
 struct Relationship {
@@ -25,8 +24,7 @@ struct Relationship {
     bool external = false;
 };
 
-class Package
-{
+class Package {
 public:
     Package(const std::string& path, const ReadLimits& limits);
     Package(std::span<const std::byte> bytes, const std::string& name, const ReadLimits& limits);

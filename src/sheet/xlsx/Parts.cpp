@@ -6,11 +6,9 @@
 #include "sheet/format/NumberFormat.h"
 #include "sheet/xlsx/Text.h"
 
-namespace varnex3::sheet::xlsx
-{
+namespace varnex3::sheet::xlsx {
 
-namespace
-{
+namespace {
 
 constexpr int kNoticesPerKind = 25;
 constexpr std::size_t kKeptBytes = 64; // bookkeeping of one kept text, counted against the limit of texts
@@ -18,8 +16,7 @@ constexpr int kMaxIterations = 32767;
 
 std::string textOf(const char* attribute) { return attribute ? std::string(attribute) : std::string(); }
 
-class WorkbookHandler final : public XmlHandler
-{
+class WorkbookHandler final : public XmlHandler {
 public:
     WorkbookHandler(Package& package, WorkbookPart& result) : package_(package), result_(result) {}
 
@@ -119,8 +116,7 @@ bool isBuiltinDate(std::uint32_t id)
            (id >= 50 && id <= 58);
 }
 
-class StylesHandler final : public XmlHandler
-{
+class StylesHandler final : public XmlHandler {
 public:
     StylesHandler(Package& package, std::vector<bool>& dates) : package_(package), dates_(dates) {}
 
@@ -154,8 +150,7 @@ private:
     bool formats_ = false;
 };
 
-class SharedStringsHandler final : public XmlHandler
-{
+class SharedStringsHandler final : public XmlHandler {
 public:
     explicit SharedStringsHandler(Package& package) : package_(package) {}
 

@@ -10,12 +10,10 @@
 #include "sheet/model/BookBuilder.h"
 #include "sheet/xlsx/Package.h"
 
-namespace varnex3::sheet::xlsx
-{
+namespace varnex3::sheet::xlsx {
 
 /// The list that the user sees; repetitions are cut short so that a file cannot flood it.
-class Notices
-{
+class Notices {
 public:
     explicit Notices(BookBuilder& builder) : builder_(builder) {}
 
@@ -49,8 +47,7 @@ struct WorkbookPart {
 WorkbookPart readWorkbookPart(Package& package, const std::string& part);
 
 /// Which cell formats show dates, by their position.
-class Styles
-{
+class Styles {
 public:
     Styles() = default;
     Styles(Package& package, const std::string& part);

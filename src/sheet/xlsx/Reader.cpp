@@ -13,11 +13,9 @@
 #include "sheet/xlsx/SheetPart.h"
 #include "sheet/xlsx/Text.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
-namespace
-{
+namespace {
 
 using xlsx::Package;
 using xlsx::Relationship;
@@ -41,8 +39,7 @@ std::string partOfType(const std::vector<Relationship>& all, std::string_view ty
 
 std::string quoted(const std::string& name) { return "sheet \"" + name + "\""; }
 
-class TableHandler final : public xlsx::XmlHandler
-{
+class TableHandler final : public xlsx::XmlHandler {
 public:
     bool open(const xlsx::Tag& tag) override
     {
@@ -56,13 +53,11 @@ public:
     std::string name, area;
 };
 
-class WorkbookReader
-{
+class WorkbookReader {
 public:
     WorkbookReader(Package& package, BookBuilder& builder)
         : package_(package), builder_(builder), notices_(builder)
-    {
-    }
+    {}
 
     void read()
     {

@@ -8,12 +8,10 @@
 
 #include "sheet/model/BookBuilder.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 /// A file that cannot be read: the message names the file, the part or sheet and cell, and what to do.
-class FileError : public std::runtime_error
-{
+class FileError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };

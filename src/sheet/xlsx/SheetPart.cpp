@@ -8,11 +8,9 @@
 #include "sheet/formula/Parser.h"
 #include "sheet/xlsx/Text.h"
 
-namespace varnex3::sheet::xlsx
-{
+namespace varnex3::sheet::xlsx {
 
-namespace
-{
+namespace {
 
 // How a cell says what its value text is.
 enum class CellType { Number, Shared, Text, Inline, Boolean, Failure, Date, Unknown };
@@ -35,8 +33,7 @@ enum class FormulaType { None, Plain, Shared, Array, DataTable };
 
 // For each column the rows that a multi-cell array formula met so far covers. Cells come row by row,
 // so the latest array of a column is the only one that still matters.
-class ArrayCover
-{
+class ArrayCover {
 public:
     bool covers(const Position& at) const
     {
@@ -61,13 +58,11 @@ private:
     std::vector<std::int32_t> from_, until_;
 };
 
-class SheetHandler final : public XmlHandler
-{
+class SheetHandler final : public XmlHandler {
 public:
     SheetHandler(SheetContext& context, SheetIndex index, const std::string& name)
         : context_(context), index_(index), name_("sheet \"" + name + "\"")
-    {
-    }
+    {}
 
     bool open(const Tag& tag) override
     {

@@ -6,8 +6,7 @@
 
 #include "sheet/xlsx/Parts.h"
 
-namespace varnex3::sheet::xlsx
-{
+namespace varnex3::sheet::xlsx {
 
 /// What all sheets of a file share while they are read.
 struct SheetContext {

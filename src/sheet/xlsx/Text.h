@@ -10,8 +10,7 @@
 #include "sheet/value/Value.h"
 #include "sheet/xlsx/Xml.h"
 
-namespace varnex3::sheet::xlsx
-{
+namespace varnex3::sheet::xlsx {
 
 struct Position {
     std::int32_t row = 0, col = 0; // from 0
@@ -44,8 +43,7 @@ std::optional<double> serialFromIso(std::string_view text, DateSystem dates);
 
 /// The text of a shared or inline string: its direct text or its runs, without phonetic guides.
 /// `open` and `close` take levels counted from the string element's children as 1.
-class RichText
-{
+class RichText {
 public:
     void begin() { text_.clear(); }
     bool open(const Tag& tag, int level);

@@ -6,11 +6,9 @@
 
 #include <expat.h>
 
-namespace varnex3::sheet::xlsx
-{
+namespace varnex3::sheet::xlsx {
 
-namespace
-{
+namespace {
 
 constexpr char kSeparator = '\x01'; // between namespace and name; never part of a document
 

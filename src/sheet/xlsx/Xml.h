@@ -12,8 +12,7 @@
 
 struct XML_ParserStruct;
 
-namespace varnex3::sheet::xlsx
-{
+namespace varnex3::sheet::xlsx {
 
 /// An element as it opens. Valid during the call that gets it.
 struct Tag {
@@ -31,8 +30,7 @@ struct Tag {
     bool isMain(std::string_view wanted) const { return name == wanted && isMain(); }
 };
 
-class XmlHandler
-{
+class XmlHandler {
 public:
     virtual ~XmlHandler() = default;
 
@@ -51,8 +49,7 @@ struct XmlProblem {
     std::string text;
 };
 
-class XmlParser
-{
+class XmlParser {
 public:
     XmlParser(XmlHandler& handler, int maxDepth);
     ~XmlParser();

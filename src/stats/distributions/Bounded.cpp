@@ -5,10 +5,8 @@
 #include "stats/distributions/Family.h"
 #include "stats/distributions/SpecialFunctions.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 constexpr const char* kOrderMin = "Minimum is not below the maximum";
 

@@ -10,10 +10,8 @@
 
 #include "stats/distributions/Family.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 Support firstToLast(const FamilyValues& f) { return {f.points.front(), f.points.back()}; }
 

@@ -5,10 +5,8 @@
 
 #include "stats/distributions/Family.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 constexpr double kEulerGamma = 0.57721566490153286061;
 constexpr double kPi = 3.14159265358979323846;

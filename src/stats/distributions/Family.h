@@ -13,8 +13,7 @@
 
 #include "stats/distributions/NormalQuantile.h"
 
-namespace varnex3
-{
+namespace varnex3 {
 
 inline constexpr double kRequired = std::numeric_limits<double>::quiet_NaN();
 inline constexpr double kInfinity = std::numeric_limits<double>::infinity();

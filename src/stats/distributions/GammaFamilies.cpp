@@ -4,10 +4,8 @@
 #include "stats/distributions/Family.h"
 #include "stats/distributions/SpecialFunctions.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 // Gamma: shape v[0], scale v[1], threshold v[2].
 std::string gammaProblem(FamilyValues&) { return {}; }

@@ -9,10 +9,8 @@
 
 #include "stats/distributions/Family.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 enum System : int { kSN, kSL, kSU, kSB };
 

@@ -4,10 +4,8 @@
 #include <cmath>
 #include <cstddef>
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 constexpr std::size_t kTerms = 8;
 

@@ -3,8 +3,7 @@
 // c_Statistics holds the normal functions that users call; these two serve the distribution families.
 #pragma once
 
-namespace varnex3
-{
+namespace varnex3 {
 
 /// A probability from both sides, so that neither tail loses digits: below + above = 1.
 struct Probability {

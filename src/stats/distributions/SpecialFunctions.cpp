@@ -8,10 +8,8 @@
 #include <boost/math/special_functions/beta.hpp>
 #include <boost/math/special_functions/gamma.hpp>
 
-namespace varnex3::special
-{
-namespace
-{
+namespace varnex3::special {
+namespace {
 
 namespace policies = boost::math::policies;
 

@@ -6,8 +6,7 @@
 
 #include "stats/distributions/NormalQuantile.h"
 
-namespace varnex3::special
-{
+namespace varnex3::special {
 
 double logGamma(double a);
 

@@ -4,8 +4,7 @@
 namespace varnex3::ui {
 namespace {
 
-class Silent final : public UserInterface
-{
+class Silent final : public UserInterface {
 public:
     Answer messageBox(const std::string&, Buttons buttons, const std::string&) override
     {

@@ -16,8 +16,7 @@ enum class Answer { Ok, Yes, No };
 /// The windows of the library, for `showWindow` and the like.
 enum class Window { Status, MonteCarloStatus, Error };
 
-class UserInterface
-{
+class UserInterface {
 public:
     virtual ~UserInterface() = default;
 

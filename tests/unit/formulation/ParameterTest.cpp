@@ -6,13 +6,10 @@
 #include "formulation/c_Parameter.h"
 #include "support/Expect.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
-class Parameter : public test::LibraryTest
-{
+class Parameter : public test::LibraryTest {
 protected:
     c_Parameter x;
 

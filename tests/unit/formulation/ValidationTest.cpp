@@ -8,10 +8,8 @@
 #include "formulation/c_Formulation.h"
 #include "support/Expect.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 using testing::ElementsAre;
 using C = c_Constraint;
@@ -20,8 +18,7 @@ using O = c_Options;
 using X = c_Parameter;
 using Y = c_Response;
 
-class Validation : public test::LibraryTest
-{
+class Validation : public test::LibraryTest {
 protected:
     Validation()
     {

@@ -7,20 +7,16 @@
 
 #include "sheet/functions/Function.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 /// A book that holds nothing.
-class EmptyBook : public Environment
-{
+class EmptyBook : public Environment {
 public:
     Value cell(const CellAddress&) override { return {}; }
     void visit(const Area&,
                FunctionRef<bool(std::int32_t, std::int32_t, const Value*, std::int32_t)>) override
-    {
-    }
+    {}
     Area used(SheetIndex) override { return {}; }
     DateSystem dateSystem() const override { return DateSystem::From1900; }
     double now() override { return 0.0; }

@@ -3,10 +3,8 @@
 
 #include <gtest/gtest.h>
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 // One column per cell; "1" where the criterion fits. Origin: documented behaviour of COUNTIF.
 const Value kCells[] = {Value(),      Value(""),     Value(0.0),         Value(2.5),

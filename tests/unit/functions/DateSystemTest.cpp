@@ -8,20 +8,16 @@
 
 #include "sheet/functions/Function.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 /// A book without cells that counts from 1904.
-class EmptyBook final : public Environment
-{
+class EmptyBook final : public Environment {
 public:
     Value cell(const CellAddress&) override { return {}; }
     void visit(const Area&,
                FunctionRef<bool(std::int32_t, std::int32_t, const Value*, std::int32_t)>) override
-    {
-    }
+    {}
     Area used(SheetIndex) override { return {}; }
     DateSystem dateSystem() const override { return DateSystem::From1904; }
     double now() override { return 0.0; }

@@ -8,10 +8,8 @@
 #include "sheet/functions/Function.h"
 #include "sheet/model/Book.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 TEST(Functions, ExamplesShowWhatTheirRowsSay)
 {

@@ -3,10 +3,8 @@
 
 #include <gtest/gtest.h>
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 TEST(Rounding, AgreesWithWholeNumbersForEveryThreePlaceDecimal)
 {

@@ -3,19 +3,15 @@
 
 #include "support/Expect.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 using namespace alg_m_XLinterface;
 using test::Lines;
 using test::Record;
 using testing::ElementsAre;
 
-class XLinterface : public test::LibraryTest
-{
-};
+class XLinterface : public test::LibraryTest {};
 
 TEST_F(XLinterface, CheckCellShowsAndNamesWhatItRejects)
 {

@@ -12,21 +12,16 @@
 #include "stats/alg_m_MersenneTwister.h"
 #include "support/Expect.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 using namespace alg_m_LatinHypercube;
 using alg_m_MersenneTwister::InitRandom;
 
-class LatinHypercube : public test::LibraryTest
-{
-};
+class LatinHypercube : public test::LibraryTest {};
 
 /// Hands out the given draws; the test fails when they run out or are left over.
-class Draws final : public alg_m_MersenneTwister::DrawSource
-{
+class Draws final : public alg_m_MersenneTwister::DrawSource {
 public:
     explicit Draws(std::initializer_list<double> draws) : draws_(draws)
     {

@@ -8,11 +8,9 @@
 #include "stats/c_Distribution.h"
 #include "support/Expect.h"
 
-namespace varnex3::test
-{
+namespace varnex3::test {
 
-class MonteCarloTest : public LibraryTest
-{
+class MonteCarloTest : public LibraryTest {
 protected:
     MonteCarloTest()
     {

@@ -4,17 +4,14 @@
 #include "Model.h"
 #include "montecarlo/alg_m_LatinHypercube.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 using test::FakeSheet;
 using test::Lines;
 using test::MonteCarloTest;
 
-class MonteCarloCorrelations : public MonteCarloTest
-{
+class MonteCarloCorrelations : public MonteCarloTest {
 protected:
     MonteCarloCorrelations()
     {

@@ -9,10 +9,8 @@
 
 #include "Model.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 using test::FakeSheet;
 using test::Lines;

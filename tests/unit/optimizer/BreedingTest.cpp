@@ -1,17 +1,13 @@
 // Parents, mutations, the order of operators and draws, and the replacement of the worst.
 #include "unit/optimizer/Search.h"
 
-namespace varnex3::test
-{
-namespace
-{
+namespace varnex3::test {
+namespace {
 
 using namespace alg_m_GeneticAlgorithm;
 using Values = std::vector<double>;
 
-class BreedingTest : public SearchTest
-{
-};
+class BreedingTest : public SearchTest {};
 
 TEST_F(BreedingTest, ParentsAreAcceptedByRankFitness)
 {
@@ -77,8 +73,7 @@ TEST_F(BreedingTest, MutatesByKind)
 }
 
 /// Two continuous variables in 0..10; members 1..20 at (m / 2, 10 - m / 2).
-class GenerationTest : public BreedingTest
-{
+class GenerationTest : public BreedingTest {
 protected:
     GenerationTest()
     {

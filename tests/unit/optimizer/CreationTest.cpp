@@ -4,17 +4,13 @@
 
 #include "unit/optimizer/Search.h"
 
-namespace varnex3::test
-{
-namespace
-{
+namespace varnex3::test {
+namespace {
 
 using namespace alg_m_GeneticAlgorithm;
 using Values = std::vector<double>;
 
-class CreationTest : public SearchTest
-{
-};
+class CreationTest : public SearchTest {};
 
 TEST_F(CreationTest, FeasibilityByKind)
 {

@@ -5,16 +5,12 @@
 #include "stats/c_Distribution.h"
 #include "unit/optimizer/Search.h"
 
-namespace varnex3::test
-{
-namespace
-{
+namespace varnex3::test {
+namespace {
 
 using namespace alg_m_GeneticAlgorithm;
 
-class EvaluationTest : public SearchTest
-{
-};
+class EvaluationTest : public SearchTest {};
 
 TEST_F(EvaluationTest, ValuesOutsideTheLimitsDoNotConform)
 {

@@ -8,16 +8,13 @@
 #include "evaluation/alg_m_Evaluation.h"
 #include "stats/c_Distribution.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 using test::FakeSheet;
 using test::Lines;
 
-class MonteCarloYs : public test::SearchTest
-{
+class MonteCarloYs : public test::SearchTest {
 protected:
     MonteCarloYs()
     {

@@ -4,13 +4,10 @@
 
 #include "unit/optimizer/Search.h"
 
-namespace varnex3::test
-{
-namespace
-{
+namespace varnex3::test {
+namespace {
 
-class OptimizeTest : public SearchTest
-{
+class OptimizeTest : public SearchTest {
 protected:
     /// Minimise (x1 - 3)^2 + (x2 + 1)^2 with x1 continuous, x2 whole, keeping x1 above 0.5.
     void addParabola()

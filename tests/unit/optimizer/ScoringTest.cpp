@@ -4,17 +4,13 @@
 #include "optimizer/SortGen.h"
 #include "unit/optimizer/Search.h"
 
-namespace varnex3::test
-{
-namespace
-{
+namespace varnex3::test {
+namespace {
 
 using namespace alg_m_GeneticAlgorithm;
 using Values = std::vector<double>;
 
-class ScoringTest : public SearchTest
-{
-};
+class ScoringTest : public SearchTest {};
 
 TEST_F(ScoringTest, DeviationIsRelativeExceptAgainstZero)
 {

@@ -13,12 +13,10 @@
 #include "stats/alg_m_MersenneTwister.h"
 #include "support/Expect.h"
 
-namespace varnex3::test
-{
+namespace varnex3::test {
 
 /// Draws from a list; a list that runs dry fails the test.
-class ScriptedDraws : public alg_m_MersenneTwister::DrawSource
-{
+class ScriptedDraws : public alg_m_MersenneTwister::DrawSource {
 public:
     ScriptedDraws(std::initializer_list<double> draws) : draws_(draws) { setDrawSource(this); }
     ~ScriptedDraws() override
@@ -41,8 +39,7 @@ private:
 };
 
 /// Parameters stand in A1, A2, ..., responses in B1, B2, ...
-class SearchTest : public LibraryTest
-{
+class SearchTest : public LibraryTest {
 protected:
     SearchTest()
     {

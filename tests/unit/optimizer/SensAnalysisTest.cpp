@@ -7,15 +7,12 @@
 #include "stats/c_Statistics.h"
 #include "unit/optimizer/Search.h"
 
-namespace varnex3::test
-{
-namespace
-{
+namespace varnex3::test {
+namespace {
 
 using namespace alg_m_Evaluation;
 
-class SensAnalysisTest : public SearchTest
-{
+class SensAnalysisTest : public SearchTest {
 protected:
     SensAnalysisTest()
     {

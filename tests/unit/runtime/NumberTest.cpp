@@ -14,11 +14,12 @@ TEST(Number, ParsesWhatTheRuntimeCallsNumeric)
         std::optional<double> want;
     };
     const Case cases[] = {
-        {"12", 12.0},        {"  -1.5 ", -1.5},     {"+.5", 0.5},         {"1e2", 100.0},
-        {"1D-2", 0.01},      {"1.", 1.0},           {"", std::nullopt},   {"abc", std::nullopt},
-        {"--1", std::nullopt}, {"+-1", std::nullopt}, {"inf", std::nullopt}, {"nan", std::nullopt},
-        {"1 2", std::nullopt}, {"1e", std::nullopt},  {"1e999", std::nullopt}, {"1e-999", 0.0},
-        {".", std::nullopt},
+        {"12", 12.0},          {"  -1.5 ", -1.5},     {"+.5", 0.5},
+        {"1e2", 100.0},        {"1D-2", 0.01},        {"1.", 1.0},
+        {"", std::nullopt},    {"abc", std::nullopt}, {"--1", std::nullopt},
+        {"+-1", std::nullopt}, {"inf", std::nullopt}, {"nan", std::nullopt},
+        {"1 2", std::nullopt}, {"1e", std::nullopt},  {"1e999", std::nullopt},
+        {"1e-999", 0.0},       {".", std::nullopt},
     };
     for (const Case& c : cases) EXPECT_EQ(parseNumber(c.text), c.want) << '"' << c.text << '"';
 }
@@ -43,8 +44,13 @@ TEST(Number, RoundsHalvesToEvenAndRaisesOverflow)
 TEST(Number, WritesDoublesWithFifteenDigits)
 {
     const std::pair<double, const char*> cases[] = {
-        {0.1, "0.1"},     {-0.0, "0"},     {1e-6, "1E-06"},         {1e15, "1E+15"},
-        {1.0 / 3, "0.333333333333333"}, {123456789012345.0, "123456789012345"}, {100.0, "100"},
+        {0.1, "0.1"},
+        {-0.0, "0"},
+        {1e-6, "1E-06"},
+        {1e15, "1E+15"},
+        {1.0 / 3, "0.333333333333333"},
+        {123456789012345.0, "123456789012345"},
+        {100.0, "100"},
     };
     for (const auto& [x, want] : cases) EXPECT_EQ(toText(x), want);
 }

@@ -8,13 +8,10 @@
 #include "stats/c_Statistics.h"
 #include "support/Expect.h"
 
-namespace varnex3::test
-{
-namespace
-{
+namespace varnex3::test {
+namespace {
 
-class AllocationTest : public LibraryTest
-{
+class AllocationTest : public LibraryTest {
 protected:
     struct Input {
         double stdev;

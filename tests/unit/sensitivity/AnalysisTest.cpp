@@ -8,13 +8,10 @@
 #include "stats/c_Statistics.h"
 #include "support/Expect.h"
 
-namespace varnex3::test
-{
-namespace
-{
+namespace varnex3::test {
+namespace {
 
-class AnalysisTest : public LibraryTest
-{
+class AnalysisTest : public LibraryTest {
 protected:
     /// A response of that value; inputs of those standard deviations and derivatives.
     struct Input {

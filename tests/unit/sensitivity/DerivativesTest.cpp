@@ -9,16 +9,13 @@
 #include "runtime/Number.h"
 #include "support/Expect.h"
 
-namespace varnex3::test
-{
-namespace
-{
+namespace varnex3::test {
+namespace {
 
 const ErrorValue kNum{2036};
 
 /// The response B1 is a function of the input A1 (and A2).
-class DerivativesTest : public LibraryTest
-{
+class DerivativesTest : public LibraryTest {
 protected:
     void model(double at, std::function<Variant(double)> f)
     {

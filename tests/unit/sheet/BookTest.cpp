@@ -3,10 +3,8 @@
 
 #include "Support.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 TEST(Book, EditsReachTheirReaders)
 {

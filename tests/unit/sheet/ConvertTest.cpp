@@ -8,10 +8,8 @@
 #include "sheet/format/Convert.h"
 #include "sheet/format/Letters.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 constexpr DateSystem k1900 = DateSystem::From1900, k1904 = DateSystem::From1904;
 constexpr std::optional<double> kNone;

@@ -4,10 +4,8 @@
 
 #include "sheet/format/NumberFormat.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 constexpr DateSystem k1900 = DateSystem::From1900, k1904 = DateSystem::From1904;
 

@@ -4,10 +4,8 @@
 
 #include "sheet/formula/Parser.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 constexpr CellAddress kHere{0, 4, 2}; // C5
 

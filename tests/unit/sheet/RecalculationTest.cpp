@@ -5,10 +5,8 @@
 
 #include "Support.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
 TEST(Recalculation, LongChainsNeedNoStack)
 {

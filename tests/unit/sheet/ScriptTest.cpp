@@ -17,13 +17,10 @@
 
 #include "Support.h"
 
-namespace varnex3::sheet
-{
-namespace
-{
+namespace varnex3::sheet {
+namespace {
 
-class Script
-{
+class Script {
 public:
     explicit Script(const std::string& path) : path_(path) { book_.addSheet("Sheet1"); }
 
@@ -111,9 +108,7 @@ private:
     int number_ = 0;
 };
 
-class SheetScript : public testing::TestWithParam<std::string>
-{
-};
+class SheetScript : public testing::TestWithParam<std::string> {};
 
 TEST_P(SheetScript, GivesTheExpectedValues) { Script(GetParam()).run(); }
 

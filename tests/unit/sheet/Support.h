@@ -10,8 +10,7 @@
 #include "sheet/formula/Parser.h"
 #include "sheet/model/Book.h"
 
-namespace varnex3::sheet
-{
+namespace varnex3::sheet {
 
 inline CellAddress at(std::string_view a1, SheetIndex sheet = 0)
 {

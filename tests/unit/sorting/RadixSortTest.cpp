@@ -7,10 +7,8 @@
 
 #include "sorting/RadixSort.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 using alg_m_Sorting::Keyed;
 

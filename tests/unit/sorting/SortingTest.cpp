@@ -16,10 +16,8 @@
 #include "sorting/alg_m_Sorting.h"
 #include "sorting/alg_m_Util.h"
 
-namespace varnex3::alg_m_Sorting
-{
-namespace
-{
+namespace varnex3::alg_m_Sorting {
+namespace {
 
 struct Tagged {
     double key;

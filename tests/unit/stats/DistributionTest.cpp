@@ -9,10 +9,8 @@
 #include "stats/c_Distribution.h"
 #include "support/Expect.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 using test::expectRaises;
 
@@ -111,7 +109,8 @@ TEST(Distribution, EndsAreFiniteAndBoundedByTheSupportAndTheLimits)
             return f;
         }());
         EXPECT_EQ(d.RandVal(0.0), std::isinf(ends.lower) ? d.RandVal(half) : ends.lower) << r.family;
-        EXPECT_LT(relativeError(d.RandVal(1.0), std::isinf(ends.upper) ? d.RandVal(1.0 - half) : ends.upper), 1e-7)
+        EXPECT_LT(relativeError(d.RandVal(1.0), std::isinf(ends.upper) ? d.RandVal(1.0 - half) : ends.upper),
+                  1e-7)
             << r.family;
         d.LTL(r.quantiles[3]);
         EXPECT_EQ(d.RandVal(0.0), r.quantiles[3]) << r.family;

@@ -6,10 +6,8 @@
 
 #include "stats/alg_m_MersenneTwister.h"
 
-namespace varnex3::alg_m_MersenneTwister
-{
-namespace
-{
+namespace varnex3::alg_m_MersenneTwister {
+namespace {
 
 // Expected words: the generator as published in 1998, run with these seeds.
 TEST(MersenneTwister, ReproducesTheReferenceDraws)

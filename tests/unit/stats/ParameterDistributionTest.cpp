@@ -8,13 +8,10 @@
 #include "stats/c_Distribution.h"
 #include "support/Expect.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
-class ParameterDistribution : public test::LibraryTest
-{
+class ParameterDistribution : public test::LibraryTest {
 protected:
     ParameterDistribution()
     {

@@ -7,10 +7,8 @@
 
 #include "stats/c_Statistics.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 double relativeError(double got, double want) { return std::fabs(got - want) / std::fabs(want); }
 

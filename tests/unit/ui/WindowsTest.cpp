@@ -7,16 +7,13 @@
 #include "ui/Debug.h"
 #include "ui/EntryPoint.h"
 
-namespace varnex3
-{
-namespace
-{
+namespace varnex3 {
+namespace {
 
 using alg_m_XLinterface::hostState;
 using testing::ElementsAre;
 
-class Windows : public test::LibraryTest
-{
+class Windows : public test::LibraryTest {
 protected:
     alg_f_Status& window = statusWindow();
 };

@@ -7,10 +7,8 @@
 #include "workbook/Convert.h"
 #include "workbook/EmbeddedApplication.h"
 
-namespace varnex3::workbook
-{
-namespace
-{
+namespace varnex3::workbook {
+namespace {
 
 using testing::AllOf;
 using testing::HasSubstr;
@@ -32,8 +30,7 @@ std::string errorOf(F&& work)
     return "none";
 }
 
-class Embedded : public testing::Test
-{
+class Embedded : public testing::Test {
 protected:
     Ref<host::Range> cell(const std::string& reference) { return application->range(reference); }
     void put(const std::string& reference, const Variant& value) { cell(reference)->Value(value); }

@@ -7,10 +7,8 @@
 
 #include "unit/xlsx/Packages.h"
 
-namespace varnex3::sheet::test
-{
-namespace
-{
+namespace varnex3::sheet::test {
+namespace {
 
 using testing::AllOf;
 using testing::HasSubstr;

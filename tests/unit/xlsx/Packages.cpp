@@ -10,11 +10,9 @@
 
 #include "sheet/formula/Parser.h"
 
-namespace varnex3::sheet::test
-{
+namespace varnex3::sheet::test {
 
-namespace
-{
+namespace {
 
 const char* const kRelationshipsOpen =
     R"(<Relationships xmlns="http://schemas.openxmlformats.org/package/2006/relationships">)";
@@ -97,8 +95,7 @@ void Recorder::defineName(std::string name, std::optional<SheetIndex> scope, std
     names.push_back((scope ? std::to_string(*scope) + "!" : std::string()) + name + " = " + formula);
 }
 
-namespace
-{
+namespace {
 std::string at(const CellAddress& cell)
 {
     return (cell.sheet == 0 ? std::string() : std::to_string(cell.sheet) + "!") + a1Text(cell);

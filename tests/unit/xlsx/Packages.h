@@ -10,8 +10,7 @@
 #include "sheet/model/BookBuilder.h"
 #include "sheet/xlsx/Reader.h"
 
-namespace varnex3::sheet::test
-{
+namespace varnex3::sheet::test {
 
 using Parts = std::vector<std::pair<std::string, std::string>>; // name, content
 
@@ -23,8 +22,7 @@ std::string zipped(const Parts& parts);
 Parts workbookParts(const std::string& rows, const Parts& more = {});
 
 /// One line per call, in order: "A1 = 2.5", "B1 : SUM(A1) -> 3" and so on.
-class Recorder : public BookBuilder
-{
+class Recorder : public BookBuilder {
 public:
     SheetIndex addSheet(std::string name) override;
     void settings(const CalculationSettings& settings) override;

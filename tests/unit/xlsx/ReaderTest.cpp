@@ -3,10 +3,8 @@
 
 #include "unit/xlsx/Packages.h"
 
-namespace varnex3::sheet::test
-{
-namespace
-{
+namespace varnex3::sheet::test {
+namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
