@@ -22,6 +22,7 @@ struct CheckArguments {
 struct OptimizeArguments {
     std::string study;
     int seed = 0; // 0: from the clock
+    int runs = 1; // from the same start, with seeds one after the other; the best one counts
     bool quiet = false;
     std::string onCancel = "ask";
     std::string json, csv;

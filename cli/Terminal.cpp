@@ -98,7 +98,6 @@ ui::Answer Terminal::ask(const std::string& text)
     } else if (settings_.onCancel == OnCancel::Restore) {
         return ui::Answer::No;
     }
-    keptBest_ = true;
     return ui::Answer::Yes;
 }
 

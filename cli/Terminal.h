@@ -38,8 +38,6 @@ public:
     const std::optional<std::string>& errorReport() const { return errorReport_; }
     /// Whether the user asked to stop.
     bool cancelled() const { return cancelled_; }
-    /// Whether the best solution was kept when the user stopped the run.
-    bool keptBest() const { return keptBest_; }
     /// Status steps so far; an optimization makes one per evaluated candidate.
     long long statusSteps() const { return statusSteps_; }
 
@@ -60,7 +58,6 @@ private:
     std::string lastLine_;
     std::optional<std::string> errorReport_;
     bool cancelled_ = false;
-    bool keptBest_ = false;
     long long statusSteps_ = 0;
 };
 

@@ -35,6 +35,11 @@ CLI::App* addOptimize(CLI::App& app, OptimizeArguments& arguments)
     command->add_option("STUDY", arguments.study, "the study file")->required();
     command->add_option("--seed", arguments.seed, "repeat a run: the seed of its random numbers")
         ->check(CLI::Range(1, 2147483647));
+    command
+        ->add_option("--runs", arguments.runs,
+                     "search several times with one seed after the other, keep the best")
+        ->check(CLI::Range(1, 10000))
+        ->capture_default_str();
     command->add_option("--max-gens", arguments.maxGens, "instead of the study's MaxGens")
         ->check(CLI::Range(1, 2147483647));
     command->add_flag("--quiet,-q", arguments.quiet, "no progress");

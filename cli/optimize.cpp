@@ -44,7 +44,13 @@ std::vector<double> numbersOf(const Variant& array)
     return values;
 }
 
-/// The reports that the run hands to the workbook's macros, caught here.
+/// What a run reported.
+struct Reports {
+    std::vector<Generation> generations;
+    DoubleArray2 genX, genY, genP; // of the final generation; none when the run was cancelled
+};
+
+/// Catches the reports that a run hands to the workbook's macros.
 class Recorder {
 public:
     explicit Recorder(workbook::EmbeddedApplication& application)
@@ -55,19 +61,18 @@ public:
             g.statistics = numbersOf(a[1]);
             g.scores = numbersOf(a[5]);
             g.number = toLong(a[6]);
-            generations.push_back(std::move(g));
+            reports.generations.push_back(std::move(g));
             return Variant{};
         });
         application.registerMacro(kFinalMacro, [this](std::span<const Variant> a) {
-            genX = std::get<DoubleArray2>(a[0].held());
-            genY = std::get<DoubleArray2>(a[1].held());
-            genP = std::get<DoubleArray2>(a[2].held());
+            reports.genX = std::get<DoubleArray2>(a[0].held());
+            reports.genY = std::get<DoubleArray2>(a[1].held());
+            reports.genP = std::get<DoubleArray2>(a[2].held());
             return Variant{};
         });
     }
 
-    std::vector<Generation> generations;
-    DoubleArray2 genX, genY, genP; // of the final generation; none when the run was cancelled
+    Reports reports;
 };
 
 /// A constraint or goal at the best design.
@@ -82,7 +87,8 @@ struct Requirement {
 struct Result {
     bool completed = false, cancelled = false, keptBest = false;
     double seconds = 0.0;
-    RunSummary summary;
+    RunSummary summary;              // of the best run
+    std::vector<RunSummary> runs;    // all of them
     std::vector<double> start, best; // parameter values
     std::vector<double> statistics;  // of the best design, in the columns of genY
     std::vector<Requirement> constraints, goals;
@@ -97,13 +103,48 @@ public:
         : problem_(problem), f_(*problem.formulation), arguments_(arguments), recorder_(*problem.application)
     {}
 
-    Result run(Terminal& terminal)
+    /// All runs asked for, each from the start values; the best one's design ends in the cells. A failed or
+    /// cancelled run is the last.
+    Result run()
+    {
+        std::vector<double> start;
+        for (Long i : oneTo(f_.CountX())) start.push_back(f_.Xs->Item(i)->GetMean());
+        Result best;
+        std::vector<RunSummary> summaries;
+        double seconds = 0.0;
+        for (int k = 0; k < arguments_.runs; ++k) {
+            if (k > 0) writeToCells(start);
+            Result result = runOnce(arguments_.seed > 0 ? arguments_.seed + k : 0);
+            result.start = start;
+            summaries.push_back(result.summary);
+            seconds += result.seconds;
+            if (!result.completed && !result.cancelled) return result;
+            const bool last = result.cancelled;
+            if (best.best.empty() || (!result.best.empty() && result.scores < best.scores)) {
+                std::swap(best, result);
+                std::swap(bestReports_, recorder_.reports);
+            }
+            best.cancelled = best.cancelled || last;
+            best.keptBest = best.keptBest || result.keptBest;
+            recorder_.reports = {};
+            if (last) break;
+        }
+        best.seconds = seconds;
+        best.runs = std::move(summaries);
+        if (!best.best.empty()) writeToCells(best.cancelled && !best.keptBest ? start : best.best);
+        return best;
+    }
+
+    /// The reports of the best run.
+    const Reports& reports() const { return bestReports_; }
+
+private:
+    Result runOnce(Long seed)
     {
         Result result;
-        for (Long i : oneTo(f_.CountX())) result.start.push_back(f_.Xs->Item(i)->GetMean());
-        if (arguments_.seed > 0) {
-            alg_m_MersenneTwister::InitRandom(arguments_.seed); // draws before the search repeat too
-            setSeedSource([seed = arguments_.seed] { return seed; });
+        if (seed > 0) {
+            alg_m_MersenneTwister::InitRandom(seed); // draws before the search repeat too
+            setSeedSource([seed] { return seed; });
         }
         c_Optimization optimization;
         optimization.XLApplication(problem_.application);
@@ -119,15 +160,12 @@ public:
         setSeedSource({});
         result.summary = optimization.LastRun();
         result.cancelled = result.summary.cancelled;
-        result.keptBest = terminal.keptBest();
+        result.keptBest = result.summary.keptBest;
         result.completed = ended && !result.cancelled;
-        if (ended && !recorder_.generations.empty()) describeBest(result);
+        if (ended && !recorder_.reports.generations.empty()) describeBest(result);
         return result;
     }
 
-    const Recorder& recorder() const { return recorder_; }
-
-private:
     void configure(c_MonteCarlo& monteCarlo)
     {
         monteCarlo.XLApplication(problem_.application);
@@ -143,11 +181,11 @@ private:
 
     void describeBest(Result& result)
     {
-        const Generation& last = recorder_.generations.back();
+        const Generation& last = recorder_.reports.generations.back();
         result.best.assign(last.bestX->begin(), last.bestX->end());
         result.scores = last.scores;
         result.statistics = last.statistics;
-        writeToCells(result.cancelled && !result.keptBest ? result.start : result.best);
+        writeToCells(result.best);
         // With one stored row the report holds the member evaluated last: read the best one's values afresh.
         if (!storesEveryMember() && f_.Options->Stats == statsMethods::None) readNominal(result);
         for (Long c : oneTo(f_.CountC())) {
@@ -203,6 +241,7 @@ private:
     c_Formulation& f_;
     const OptimizeArguments& arguments_;
     Recorder recorder_;
+    Reports bestReports_;
 };
 
 std::string limitText(const Variant& limit)
@@ -284,11 +323,14 @@ std::string report(const Problem& problem, const Result& result)
     text += parameterTable(problem, result) + "\n" + responseTable(problem, result) + "\n";
     text += requirementTable("Constraint", result.constraints, false);
     text += requirementTable("Goal", result.goals, true);
-    const double perSecond =
-        result.seconds > 0 ? static_cast<double>(result.summary.evaluations) / result.seconds : 0.0;
-    text += fmt::format("Seed {}, {} generations, {} evaluations in {:.2f} s ({:.0f} per second)\n",
-                        result.summary.seed, result.summary.genCount, result.summary.evaluations,
-                        result.seconds, perSecond);
+    long long evaluations = 0;
+    for (const RunSummary& run : result.runs) evaluations += run.evaluations;
+    const double perSecond = result.seconds > 0 ? static_cast<double>(evaluations) / result.seconds : 0.0;
+    const std::string ofRuns =
+        result.runs.size() > 1 ? fmt::format(" (the best of {} runs)", result.runs.size()) : std::string();
+    text += fmt::format("Seed {}{}, {} generations, {} evaluations in {:.2f} s ({:.0f} per second)\n",
+                        result.summary.seed, ofRuns, result.summary.genCount, evaluations, result.seconds,
+                        perSecond);
     return text;
 }
 
@@ -327,7 +369,7 @@ nlohmann::json requirementJson(const Requirement& r, bool goal)
     return row;
 }
 
-nlohmann::json document(const Problem& problem, const Result& result, const Recorder& recorder)
+nlohmann::json document(const Problem& problem, const Result& result, const Reports& reports)
 {
     const c_Formulation& f = *problem.formulation;
     const auto n = static_cast<std::size_t>(f.CountY());
@@ -342,6 +384,9 @@ nlohmann::json document(const Problem& problem, const Result& result, const Reco
         {"evaluations", result.summary.evaluations},
         {"seconds", result.seconds},
         {"scores", numbers(result.scores)}};
+    for (const RunSummary& run : result.runs)
+        json["runs"].push_back(
+            {{"seed", run.seed}, {"genCount", run.genCount}, {"evaluations", run.evaluations}});
     const c_Options& o = *f.Options;
     json["Options"] = {{"StopRule", o.StopRule},   {"MaxGens", o.MaxGens},    {"GenSize", o.GenSize},
                        {"Precision", o.Precision}, {"Derivs", o.Derivs},      {"Stats", o.Stats},
@@ -372,33 +417,33 @@ nlohmann::json document(const Problem& problem, const Result& result, const Reco
     json["goals"] = nlohmann::json::array();
     for (const Requirement& r : result.constraints) json["constraints"].push_back(requirementJson(r, false));
     for (const Requirement& r : result.goals) json["goals"].push_back(requirementJson(r, true));
-    for (const Generation& g : recorder.generations)
+    for (const Generation& g : reports.generations)
         json["generations"].push_back({{"genCount", g.number},
                                        {"bestX", numbers({g.bestX->begin(), g.bestX->end()})},
                                        {"scores", numbers(g.scores)}});
-    json["genX"] = matrix(recorder.genX);
-    json["genY"] = matrix(recorder.genY);
-    json["genP"] = matrix(recorder.genP);
+    json["genX"] = matrix(reports.genX);
+    json["genY"] = matrix(reports.genY);
+    json["genP"] = matrix(reports.genP);
     return json;
 }
 
 /// The final generation, best member first: inputs, statistics of the responses, scores.
-std::string csv(const Problem& problem, const Recorder& recorder)
+std::string csv(const Problem& problem, const Reports& reports)
 {
     const c_Formulation& f = *problem.formulation;
     std::string text = "member";
     for (Long i : oneTo(f.CountX())) text += "," + csvField(f.Xs->Item(i)->Name);
-    const bool everyRow = recorder.genY->rows() == recorder.genX->rows();
+    const bool everyRow = reports.genY->rows() == reports.genX->rows();
     if (everyRow)
         for (const char* statistic : {"", " StDev", " pnc"})
             for (Long j : oneTo(f.CountY())) text += "," + csvField(f.Ys->Item(j)->Name + statistic);
     text += ",constraint violation,priority 1 goals,priority 2 goals,priority 3 goals\n";
-    for (Long m : oneTo(recorder.genX->rows())) {
+    for (Long m : oneTo(reports.genX->rows())) {
         text += std::to_string(m);
-        for (double x : recorder.genX->row(m)) text += "," + csvField(x);
+        for (double x : reports.genX->row(m)) text += "," + csvField(x);
         if (everyRow)
-            for (double y : recorder.genY->row(m)) text += "," + csvField(y);
-        for (double p : recorder.genP->row(m)) text += "," + csvField(p);
+            for (double y : reports.genY->row(m)) text += "," + csvField(y);
+        for (double p : reports.genP->row(m)) text += "," + csvField(p);
         text += "\n";
     }
     return text;
@@ -422,7 +467,7 @@ int runOptimize(const OptimizeArguments& arguments)
     std::optional<std::string> failure;
     {
         Terminal terminal({arguments.quiet, onCancel(arguments.onCancel)});
-        result = optimization.run(terminal);
+        result = optimization.run();
         failure = terminal.errorReport();
     }
     if (!result.completed && !result.cancelled) {
@@ -434,10 +479,9 @@ int runOptimize(const OptimizeArguments& arguments)
         return exitCode::Cancelled;
     }
     if (arguments.json != "-") fmt::print("{}", report(problem, result));
-    if (!arguments.json.empty())
-        writeJson(arguments.json, document(problem, result, optimization.recorder()));
-    if (!arguments.csv.empty() && optimization.recorder().genX)
-        writeFile(arguments.csv, csv(problem, optimization.recorder()));
+    if (!arguments.json.empty()) writeJson(arguments.json, document(problem, result, optimization.reports()));
+    if (!arguments.csv.empty() && optimization.reports().genX)
+        writeFile(arguments.csv, csv(problem, optimization.reports()));
     if (result.cancelled) return exitCode::Cancelled;
     return result.constraintsMet() ? exitCode::Done : exitCode::ConstraintsNotMet;
 }
