@@ -37,6 +37,7 @@ struct CalcArguments {
 
 struct FunctionsArguments {
     std::string pattern; // part of a name or summary; empty for all
+    bool markdown = false;
     std::string json;
 };
 

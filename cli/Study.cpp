@@ -346,6 +346,19 @@ void checkReferences(const Study& study)
                           fmt::format("the order must name every parameter; \"{}\" is missing", p.id));
 }
 
+void noteLines(const toml::table& table, const std::string& prefix, std::map<std::string, int>& lines)
+{
+    for (const auto& [key, node] : table) {
+        const std::string name = prefix + std::string(key.str());
+        lines[name] = lineOf(node);
+        if (const toml::table* inner = node.as_table()) noteLines(*inner, name + ".", lines);
+        const toml::array* list = node.as_array();
+        for (std::size_t i = 0; list && i < list->size(); ++i)
+            if (const toml::table* item = (*list)[i].as_table())
+                noteLines(*item, fmt::format("{}[{}].", name, i + 1), lines);
+    }
+}
+
 } // namespace
 
 std::string Place::text() const
@@ -386,6 +399,7 @@ Study readStudy(const std::string& path)
     }
     top.finish();
     checkReferences(study);
+    noteLines(table, "", study.lines);
     return study;
 }
 

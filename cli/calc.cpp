@@ -58,6 +58,9 @@ std::string shownArea(const VariantArray2& cells)
 
 int runCalc(const CalcArguments& arguments)
 {
+    if (arguments.get.empty())
+        throw Refused("--get CELL is needed: nothing else is shown, and no file is changed");
+    requireWritable(arguments.json);
     const auto application = std::make_shared<workbook::EmbeddedApplication>();
     openWorkbook(*application, arguments.workbook);
     setCells(*application, arguments.set);
