@@ -69,8 +69,9 @@ struct Wrong {
 
 const Wrong kWrong[] = {
     {"range", "rnge", "6: parameter[1].rnge", "unknown key; did you mean \"range\"?"},
-    {"workbook", "wrkbook", "", "\"workbook\" is missing"},
+    {"workbook", "wrkbook", "1: wrkbook", "did you mean \"workbook\"?"},
     {"MaxGens", "MaxGen", "26: options.MaxGen", "did you mean \"MaxGens\"?"},
+    {"workbook = \"design.xlsx\"", "", "", "\"workbook\" is missing"},
     {"id = \"x\"\n", "", "3: parameter[1]", "\"id\" is missing"},
     {"cell = \"Design!B1\"\n", "", "3: parameter[1]", "\"cell\" is missing"},
     {"reqt = 100\n", "", "12: constraint[1]", "\"reqt\" is missing"},
