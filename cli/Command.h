@@ -38,6 +38,7 @@ struct CalcArguments {
 
 struct FunctionsArguments {
     std::string pattern; // part of a name or summary; empty for all
+    bool markdown = false;
     std::string json;
 };
 

@@ -111,6 +111,18 @@ nlohmann::json toJson(const Variant& v)
     return nullptr;
 }
 
+void requireWritable(const std::string& path)
+{
+    if (path.empty() || path == "-") return;
+    const std::filesystem::path target(path);
+    std::error_code failure;
+    if (std::filesystem::is_directory(target, failure))
+        throw Refused(fmt::format("{}: this is a folder; name a file in it", path));
+    const std::string folder = target.has_parent_path() ? target.parent_path().string() : ".";
+    if (access(folder.c_str(), W_OK | X_OK) != 0)
+        throw Refused(fmt::format("{}: the file cannot be created; is the folder there and writable?", path));
+}
+
 void writeFile(const std::string& path, const std::string& content)
 {
     if (path == "-") {

@@ -38,6 +38,9 @@ nlohmann::json toJson(const Variant& v);
 /// A number for programs; not finite ones, which JSON lacks, become null.
 nlohmann::json toJson(double x);
 
+/// Raises Refused unless a file could be made at `path`: asked before long work, not after it.
+void requireWritable(const std::string& path);
+
 /// Writes a whole file or nothing: into a temporary file beside it, then renamed. "-" is standard output.
 /// Raises Refused when it cannot.
 void writeFile(const std::string& path, const std::string& content);

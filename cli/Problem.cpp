@@ -1,6 +1,8 @@
 // cli/Problem.cpp - from the entries of a study to a formulation over workbook cells.
 #include "Problem.h"
 
+#include <utility>
+
 #include <fmt/format.h>
 
 #include "host/alg_m_XLinterface.h"
@@ -19,6 +21,33 @@ auto orRefuse(const Place& place, F&& work)
         caught();
         throw Refused(place, description);
     }
+}
+
+/// The key of an entry that one of the library's causes is about, told by the words the cause holds.
+std::string keyOf(const std::string& cause)
+{
+    static constexpr std::pair<const char*, const char*> kKeys[] = {
+        {"LSL", "lsl"},
+        {"USL", "usl"},
+        {"DefName", "name"},
+        {"standard deviation", "stdev"},
+        {"equirement", "reqt"},
+        {"arget", "target"},
+        {"eight", "weight"},
+        {"Priority", "priority"},
+        {"Stopping rule", "StopRule"},
+        {"maximum generations", "MaxGens"},
+        {"generation size", "GenSize"},
+        {"recision", "Precision"},
+        {"Derivative", "Derivs"},
+        {"Statistical calculation", "Stats"},
+        {"Monte Carlo trials", "OptTrials"},
+        {"Y storage", "StoreYs"},
+        {"inimum value", "range"},
+    };
+    for (const auto& [words, key] : kKeys)
+        if (cause.find(words) != std::string::npos) return key;
+    return {};
 }
 
 class Assembler {
@@ -75,6 +104,10 @@ private:
             throw Refused(
                 entry.cell.place,
                 fmt::format("the cell {} holds a formula; the search would overwrite it", entry.cell.value));
+        for (Long i = 1; i < f_.CountX(); ++i)
+            if (alg_m_XLinterface::SameRange(*f_.Xs->Item(i)->mean, *x.mean))
+                throw Refused(entry.cell.place, fmt::format("the cell {} is that of the parameter \"{}\" too",
+                                                            entry.cell.value, f_.Xs->Item(i)->id));
         x.stdev = entry.stdev.given() ? operand(entry.stdev) : Variant{0.0};
         for (double value : entry.values) x.AddFV(value);
         x.SortFV();
@@ -195,6 +228,10 @@ void validate(Problem& problem)
     if (source == c_Formulation::SOURCEC) place = study.constraints[index].place;
     if (source == c_Formulation::SOURCEG) place = study.goals[index].place;
     if (source == c_Formulation::SOURCEO && study.options.place.line > 0) place = study.options.place;
+    // Narrowed down to the key where the study gives it.
+    const std::string key = place.key + "." + keyOf(cause);
+    if (const auto line = study.lines.find(key); line != study.lines.end())
+        place = {study.path, line->second, key};
     throw Refused(place, cause);
 }
 

@@ -54,8 +54,21 @@ public:
     const toml::node& require(const std::string& key)
     {
         const toml::node* node = find(key);
-        if (!node) throw Refused(place(), fmt::format("the key \"{}\" is missing", key));
+        if (!node) {
+            refuseMisspelt(key);
+            throw Refused(place(), fmt::format("the key \"{}\" is missing", key));
+        }
         return *node;
+    }
+
+    /// A missing key is more likely one with a slip of the finger: refuses that.
+    void refuseMisspelt(const std::string& key) const
+    {
+        for (const auto& [written, node] : table_)
+            if (const std::string name(written.str());
+                asked_.count(name) == 0 && !nearest(name, {key}).empty())
+                throw Refused(Place{file_, lineOf(node), prefix_.empty() ? name : prefix_ + "." + name},
+                              fmt::format("unknown key; did you mean \"{}\"?", key));
     }
 
     std::string text(const std::string& key) { return asText(require(key), placeOf(key)); }
@@ -207,6 +220,8 @@ StudyParameter readParameter(Section section)
                 section.placeOf(hasRange ? "range" : "values"),
                 fmt::format("a \"{}\" parameter is not searched and takes no range or values", p.type));
     } else if (hasRange == hasValues) {
+        if (!hasRange) section.refuseMisspelt("range");
+        if (!hasRange) section.refuseMisspelt("values");
         throw Refused(p.place, hasRange ? "give either \"range\" or \"values\", not both"
                                         : "give \"range = [least, greatest]\" or \"values = [...]\"");
     } else if (hasRange) {
@@ -346,6 +361,19 @@ void checkReferences(const Study& study)
                           fmt::format("the order must name every parameter; \"{}\" is missing", p.id));
 }
 
+void noteLines(const toml::table& table, const std::string& prefix, std::map<std::string, int>& lines)
+{
+    for (const auto& [key, node] : table) {
+        const std::string name = prefix + std::string(key.str());
+        lines[name] = lineOf(node);
+        if (const toml::table* inner = node.as_table()) noteLines(*inner, name + ".", lines);
+        const toml::array* list = node.as_array();
+        for (std::size_t i = 0; list && i < list->size(); ++i)
+            if (const toml::table* item = (*list)[i].as_table())
+                noteLines(*item, fmt::format("{}[{}].", name, i + 1), lines);
+    }
+}
+
 } // namespace
 
 std::string Place::text() const
@@ -386,6 +414,7 @@ Study readStudy(const std::string& path)
     }
     top.finish();
     checkReferences(study);
+    noteLines(table, "", study.lines);
     return study;
 }
 

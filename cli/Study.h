@@ -4,6 +4,7 @@
 // against the workbook and filling a formulation is Problem.h's.
 #pragma once
 
+#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -26,7 +27,7 @@ class Refused : public std::runtime_error {
 public:
     explicit Refused(const std::string& message) : std::runtime_error(message) {}
     Refused(const Place& place, const std::string& message)
-        : std::runtime_error(place.text() + ": " + message)
+        : std::runtime_error(place.text().empty() ? message : place.text() + ": " + message)
     {}
 };
 
@@ -99,6 +100,7 @@ struct Study {
     StudyOptions options;
     std::vector<TextEntry> calculationOrder;  // parameter ids; empty: as listed
     std::vector<TextEntry> recalculateBefore; // parameter ids before which the workbook is recalculated
+    std::map<std::string, int> lines;         // where each key stands, by its full name: "parameter[2].stdev"
 };
 
 /// Reads a study file. Raises Refused, naming file, line and key, for a file that cannot be read, TOML

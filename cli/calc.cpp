@@ -22,12 +22,19 @@ void setCell(host::Range& cell, const std::string& text)
         cell.Formula(text);
 }
 
+/// Where the = after the cell stands. A quoted sheet name may hold one too ('a=b'!A1=5), and so may the
+/// value.
+std::size_t signAfterCell(const std::string& assignment)
+{
+    std::size_t start = 0;
+    if (!assignment.empty() && assignment.front() == '\'') start = assignment.find("'!", 1);
+    return start == std::string::npos ? start : assignment.find('=', start);
+}
+
 void setCells(workbook::EmbeddedApplication& application, const std::vector<std::string>& assignments)
 {
     for (const std::string& assignment : assignments) {
-        // A quoted sheet name may hold "=": the sign that counts follows the cell.
-        const auto bang = assignment.rfind('!', assignment.find('=', assignment.rfind('\'') + 1));
-        const auto equals = assignment.find('=', bang == std::string::npos ? 0 : bang);
+        const auto equals = signAfterCell(assignment);
         const Place place{"--set " + assignment, 0, ""};
         if (equals == std::string::npos || equals == 0)
             throw Refused(place, "write CELL=VALUE, for instance Sheet1!B3=2.5");
@@ -58,6 +65,9 @@ std::string shownArea(const VariantArray2& cells)
 
 int runCalc(const CalcArguments& arguments)
 {
+    if (arguments.get.empty())
+        throw Refused("--get CELL is needed: nothing else is shown, and no file is changed");
+    requireWritable(arguments.json);
     const auto application = std::make_shared<workbook::EmbeddedApplication>();
     openWorkbook(*application, arguments.workbook);
     setCells(*application, arguments.set);

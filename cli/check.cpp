@@ -65,6 +65,7 @@ private:
 
 int runCheck(const CheckArguments& arguments)
 {
+    requireWritable(arguments.json);
     const auto start = Clock::now();
     std::unique_ptr<Problem> problem;
     auto application = std::make_shared<workbook::EmbeddedApplication>();

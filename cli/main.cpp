@@ -70,6 +70,7 @@ CLI::App* addFunctions(CLI::App& app, FunctionsArguments& arguments)
 {
     CLI::App* command = app.add_subcommand("functions", "List the worksheet functions that formulas may use");
     command->add_option("PATTERN", arguments.pattern, "only those whose name or summary holds this text");
+    command->add_flag("--markdown", arguments.markdown, "as a page of documentation");
     command->add_option("--json", arguments.json,
                         "write the list as JSON to this file, - for standard output");
     return command;

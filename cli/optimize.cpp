@@ -458,6 +458,10 @@ OnCancel onCancel(const std::string& word)
 
 int runOptimize(const OptimizeArguments& arguments)
 {
+    if (arguments.json == "-" && arguments.csv == "-")
+        throw Refused("--json - and --csv -: standard output takes one of them");
+    requireWritable(arguments.json);
+    requireWritable(arguments.csv);
     Problem problem = loadProblem(arguments.study);
     if (arguments.maxGens > 0) problem.formulation->Options->MaxGens = arguments.maxGens;
     validate(problem);
@@ -478,7 +482,7 @@ int runOptimize(const OptimizeArguments& arguments)
         fmt::print(stderr, "corvane: cancelled before the first design was evaluated.\n");
         return exitCode::Cancelled;
     }
-    if (arguments.json != "-") fmt::print("{}", report(problem, result));
+    if (arguments.json != "-" && arguments.csv != "-") fmt::print("{}", report(problem, result));
     if (!arguments.json.empty()) writeJson(arguments.json, document(problem, result, optimization.reports()));
     if (!arguments.csv.empty() && optimization.reports().genX)
         writeFile(arguments.csv, csv(problem, optimization.reports()));

@@ -250,13 +250,14 @@ private:
         return addOperator(NodeKind::Unary, c == '-' ? Operator::Negate : Operator::Plus, operand);
     }
 
+    /// References joined by commas, or by the ~ that some programs write in their place.
     Index parseUnion()
     {
         Index left = parseIntersection();
-        while (left != kNone && commaIsUnion_) {
+        while (left != kNone) {
             const std::size_t before = at_;
             skipBlanks();
-            if (peek() != ',') {
+            if (peek() != '~' && !(peek() == ',' && commaIsUnion_)) {
                 at_ = before;
                 break;
             }

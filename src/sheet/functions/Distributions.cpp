@@ -375,7 +375,8 @@ Value betaInv(Call& call)
 {
     const double p = call.number(0), alpha = call.number(1), beta = call.number(2);
     const double a = call.number(3), b = call.number(4);
-    if (!inside(p) || alpha <= 0.0 || beta <= 0.0 || a >= b) return Failure::Num;
+    if (p <= 0.0 || p > 1.0 || alpha <= 0.0 || beta <= 0.0 || a >= b) return Failure::Num;
+    if (p == 1.0) return b;
     return finite(a + (b - a) * boost::math::quantile(Beta(alpha, beta), p));
 }
 
@@ -386,6 +387,9 @@ Value gammaDist(Call& call)
 {
     const double x = call.number(0), alpha = call.number(1), beta = call.number(2);
     if (x < 0.0 || alpha <= 0.0 || beta <= 0.0) return Failure::Num;
+    // At 0 the density is infinite below shape 1 and 1/scale at shape 1; the library gives 0 for both.
+    if (x == 0.0 && !call.boolean(3) && alpha <= 1.0)
+        return alpha < 1.0 ? Value(Failure::Num) : Value(1.0 / beta);
     return cumulativeOrDensity(Gamma(alpha, beta), x, call.boolean(3));
 }
 

@@ -54,6 +54,7 @@ TEST(Parser, BuildsTheTreeThatPrecedenceAsksFor)
         {"=-A1:B2 B1:C1", "(-u (isect (ref 1) (ref 1)))"},
         {"=SUM((A1,B1:B2),C1)", "(call SUM (union (ref 0) (ref 1)) (ref 0))"},
         {"=(A1 B1,C1)", "(union (isect (ref 0) (ref 0)) (ref 0))"},
+        {"=SUM(A1~B1:B2,C1)", "(call SUM (union (ref 0) (ref 1)) (ref 0))"},
         {"=A1,B1", "(union (ref 0) (ref 0))"}, // print areas have no parentheses
         {"=INDEX(A1,1):B2", "(range (call INDEX (ref 0) (num 1)) (ref 0))"},
         {"=A1:B2#", "(range (ref 0) (spill (ref 0)))"},
