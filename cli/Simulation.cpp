@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <functional>
 #include <numeric>
 #include <optional>
@@ -45,6 +46,13 @@ double statistic(const c_MonteCarlo& run, Long j, Long number)
     return run.statsDiffer(j, number) ? run.accurateStats(j, number) : run.yStats(j, number);
 }
 
+/// The standard normal deviate with that much probability above it, to four decimals.
+double deviate(double upperTail)
+{
+    std::int16_t digits = 4;
+    return c_Statistics{}.findZ(upperTail, digits);
+}
+
 Conformance conformanceOf(const c_MonteCarlo& run, Long j)
 {
     Conformance c;
@@ -63,7 +71,7 @@ Conformance conformanceOf(const c_MonteCarlo& run, Long j)
         if (c.lsl) c.Cpk = (mean - *c.lsl) / (3.0 * s);
         if (c.usl) c.Cpk = std::min(c.Cpk.value_or(1e300), (*c.usl - mean) / (3.0 * s));
     }
-    if (c.observed > 0.0 && c.observed < 1.0) c.Z = c_Statistics{}.findZ(c.observed);
+    if (c.observed > 0.0 && c.observed < 1.0) c.Z = deviate(c.observed);
     return c;
 }
 
@@ -135,7 +143,7 @@ std::string conformanceText(const c_MonteCarlo& run, const Conformance& c)
     if (c.Z)
         text += fmt::format(" Z {:.4g}", *c.Z);
     else if (c.observed == 0.0)
-        text += fmt::format(" Z above {:.4g} (no trial failed)", c_Statistics{}.findZ(c.own.upper));
+        text += fmt::format(" Z above {:.4g} (no trial failed)", deviate(c.own.upper));
     return text + "\n";
 }
 

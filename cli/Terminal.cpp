@@ -137,6 +137,8 @@ void Terminal::windowChanged(ui::Window which)
     if (which == ui::Window::Error) {
         errorReport_ = errorWindow().Label1;
     } else if (!settings_.quiet) {
+        // The first batch is drawn before the first trial and says nothing about the rate of the trials.
+        if (which == ui::Window::MonteCarloStatus && statusSteps_ <= 1) started_ = Clock::now();
         showProgress(which == ui::Window::Status);
     }
 }
