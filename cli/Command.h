@@ -29,6 +29,15 @@ struct OptimizeArguments {
     int maxGens = 0; // 0: as the study says
 };
 
+struct SimulateArguments {
+    std::string study;
+    int trials = 0; // 0: as the study says
+    int seed = 0;
+    std::string sampling; // empty: as the study says
+    std::string json, csv;
+    bool quiet = false;
+};
+
 struct CalcArguments {
     std::string workbook;
     std::vector<std::string> set; // CELL=VALUE
@@ -44,6 +53,7 @@ struct FunctionsArguments {
 
 int runCheck(const CheckArguments& arguments);
 int runOptimize(const OptimizeArguments& arguments);
+int runSimulate(const SimulateArguments& arguments);
 int runCalc(const CalcArguments& arguments);
 int runFunctions(const FunctionsArguments& arguments);
 

@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include "Distributions.h"
 #include "host/alg_m_XLinterface.h"
 
 namespace varnex3::cli {
@@ -212,6 +213,7 @@ Problem loadProblem(const std::string& studyPath)
     problem.application->Calculate();
     problem.formulation = std::make_shared<c_Formulation>();
     Assembler(problem).run();
+    buildDistributions(problem);
     return problem;
 }
 

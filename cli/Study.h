@@ -4,6 +4,7 @@
 // against the workbook and filling a formulation is Problem.h's.
 #pragma once
 
+#include <array>
 #include <map>
 #include <optional>
 #include <stdexcept>
@@ -44,6 +45,32 @@ struct TextEntry {
     Place place;
 };
 
+/// One component of a parameter's distribution.
+struct StudyComponent {
+    Place place;
+    std::string family;
+    std::array<NumberOrCell, 4> params;      // those of the family, in its order; data as an area of cells
+    std::array<std::vector<double>, 2> data; // data families: values and weights given as lists
+    NumberOrCell ltl, utl;                   // truncation
+    double weight = 1.0;                     // within a mixture
+};
+
+struct StudyCorrelation {
+    Place place;
+    std::string first, second; // ids of parameters
+    double coefficient = 0.0;
+};
+
+/// The settings of Monte Carlo runs.
+struct StudyMonteCarlo {
+    int trials = 10000;
+    int sampleSize = 0; // 0: as many as trials
+    int seed = 0;       // 0: from the clock
+    bool latinHypercube = true;
+    double alpha = 0.05;
+    Place sampleSizePlace;
+};
+
 struct StudyParameter {
     Place place; // of the whole entry
     std::string id, name, type;
@@ -51,6 +78,7 @@ struct StudyParameter {
     std::vector<double> values; // the two ends of `range`, or the list of `values`
     Place valuesPlace;
     NumberOrCell stdev;
+    std::vector<StudyComponent> distribution; // of a "Noise" parameter; of a searched one its family only
 };
 
 struct StudyResponse {
@@ -98,6 +126,8 @@ struct Study {
     std::vector<StudyConstraint> constraints;
     std::vector<StudyGoal> goals;
     StudyOptions options;
+    StudyMonteCarlo monteCarlo;
+    std::vector<StudyCorrelation> correlations;
     std::vector<TextEntry> calculationOrder;  // parameter ids; empty: as listed
     std::vector<TextEntry> recalculateBefore; // parameter ids before which the workbook is recalculated
     std::map<std::string, int> lines;         // where each key stands, by its full name: "parameter[2].stdev"

@@ -136,6 +136,8 @@ void Terminal::windowChanged(ui::Window which)
     if (which == ui::Window::Error) {
         errorReport_ = errorWindow().Label1;
     } else if (!settings_.quiet) {
+        // The first batch is drawn before the first trial and says nothing about the rate of the trials.
+        if (which == ui::Window::MonteCarloStatus && statusSteps_ <= 1) started_ = Clock::now();
         showProgress(which == ui::Window::Status);
     }
 }
@@ -155,6 +157,8 @@ void Terminal::showProgress(bool generationDone)
         if (Clock::now() - lastDrawn_ >= kRedrawEvery) drawLive();
     } else if (generationDone && statusWindow().visible) {
         printLine(false);
+    } else if (monteCarloStatusWindow().visible) {
+        printTrials();
     }
 }
 
@@ -202,6 +206,19 @@ void Terminal::eraseLive()
     fmt::print(stderr, "\x1b[{}A\r\x1b[J", drawnLines_);
     std::fflush(stderr);
     drawnLines_ = 0;
+}
+
+/// One plain line a second: how far the trials are.
+void Terminal::printTrials()
+{
+    const auto now = Clock::now();
+    if (now - started_ < kLineEvery || now - lastDrawn_ < kLineEvery) return;
+    lastDrawn_ = now;
+    const double seconds = std::chrono::duration<double>(now - started_).count();
+    const alg_f_MonteCarloStatus& window = monteCarloStatusWindow();
+    fmt::print(stderr, "{} {:.0f} % in {}, {:.0f} per second, {} left\n", window.statusLabel,
+               100 * window.fraction, duration(seconds), static_cast<double>(statusSteps_) / seconds,
+               duration(window.fraction > 0 ? seconds * (1 - window.fraction) / window.fraction : 0));
 }
 
 /// One plain line per generation, at most one a second.

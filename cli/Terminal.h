@@ -48,6 +48,7 @@ private:
     void drawLive();
     void eraseLive();
     void printLine(bool force);
+    void printTrials();
     ui::Answer ask(const std::string& text);
 
     TerminalSettings settings_;

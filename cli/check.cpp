@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Command.h"
+#include "Distributions.h"
 #include "Output.h"
 #include "Problem.h"
 #include "sheet/formula/Parser.h"
@@ -115,6 +116,11 @@ int runCheck(const CheckArguments& arguments)
     for (const auto& [where, what] : found.notices) {
         report.text += fmt::format("  {}  {}\n", where, what);
         report.json["notices"].push_back({{"where", where}, {"what", what}});
+    }
+    if (problem) {
+        report.json["warnings"] = momentWarnings(*problem);
+        for (const std::string& warning : momentWarnings(*problem))
+            report.text += fmt::format("\nWarning: {}\n", warning);
     }
     report.text +=
         fmt::format("\nLoaded in {:.3f} s, recalculated in {:.3f} s\n", loadSeconds, calculateSeconds);

@@ -54,6 +54,24 @@ CLI::App* addOptimize(CLI::App& app, OptimizeArguments& arguments)
     return command;
 }
 
+CLI::App* addSimulate(CLI::App& app, SimulateArguments& arguments)
+{
+    CLI::App* command = app.add_subcommand(
+        "simulate", "Vary the inputs of a study by chance and tell how its results spread");
+    command->add_option("STUDY", arguments.study, "the study file")->required();
+    command->add_option("--trials", arguments.trials, "instead of the study's number of trials")
+        ->check(CLI::Range(50, 2147483647));
+    command->add_option("--seed", arguments.seed, "repeat a run: the seed of its random numbers")
+        ->check(CLI::Range(1, 2147483647));
+    command->add_option("--sampling", arguments.sampling, "lhs (Latin hypercube) or random")
+        ->check(CLI::IsMember({"lhs", "random"}));
+    command->add_flag("--quiet,-q", arguments.quiet, "no progress");
+    command->add_option("--json", arguments.json,
+                        "write all results as JSON to this file, - for standard output");
+    command->add_option("--csv", arguments.csv, "write every trial as CSV to this file");
+    return command;
+}
+
 CLI::App* addCalc(CLI::App& app, CalcArguments& arguments)
 {
     CLI::App* command = app.add_subcommand("calc", "Set cells of a workbook, recalculate, show cells");
@@ -84,10 +102,12 @@ int run(int argc, char** argv)
     app.footer(kFooter);
     CheckArguments check;
     OptimizeArguments optimize;
+    SimulateArguments simulate;
     CalcArguments calc;
     FunctionsArguments functions;
     const CLI::App* checkCommand = addCheck(app, check);
     const CLI::App* optimizeCommand = addOptimize(app, optimize);
+    const CLI::App* simulateCommand = addSimulate(app, simulate);
     const CLI::App* calcCommand = addCalc(app, calc);
     addFunctions(app, functions);
     try {
@@ -97,6 +117,7 @@ int run(int argc, char** argv)
     }
     if (checkCommand->parsed()) return runCheck(check);
     if (optimizeCommand->parsed()) return runOptimize(optimize);
+    if (simulateCommand->parsed()) return runSimulate(simulate);
     if (calcCommand->parsed()) return runCalc(calc);
     return runFunctions(functions);
 }

@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Command.h"
+#include "Distributions.h"
 #include "Output.h"
 #include "Problem.h"
 #include "Terminal.h"
@@ -168,15 +169,14 @@ private:
 
     void configure(c_MonteCarlo& monteCarlo)
     {
-        monteCarlo.XLApplication(problem_.application);
-        monteCarlo.CorvaneFileName(problem_.workbook->Name());
+        configureMonteCarlo(monteCarlo, problem_);
         if (f_.Options->Stats != statsMethods::MonteCarlo) return;
-        monteCarlo.LoadFormulation(problem_.formulation);
-        monteCarlo.numTrials = toLong(Variant{f_.Options->OptTrials});
-        monteCarlo.sampleSize = toLong(Variant{f_.Options->OptTrials});
-        monteCarlo.useLHS = true;
-        monteCarlo.alpha(0.05);
-        monteCarlo.refreshRate(1000);
+        const Long trials = toLong(Variant{f_.Options->OptTrials}); // of each candidate
+        const int sample = problem_.study.monteCarlo.sampleSize;
+        monteCarlo.numTrials = trials;
+        monteCarlo.sampleSize = sample > 0 ? sample : trials;
+        // Every candidate meets the same draws: what differs between two candidates is the design.
+        if (arguments_.seed > 0) monteCarlo.randSeed = arguments_.seed;
     }
 
     void describeBest(Result& result)

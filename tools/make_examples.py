@@ -159,7 +159,74 @@ def speed_reducer():
     return book
 
 
-EXAMPLES = {"welded_beam": welded_beam, "pressure_vessel": pressure_vessel, "speed_reducer": speed_reducer}
+def stackup():
+    """A gap at the end of a chain of parts."""
+    book = new_book()
+    p = Page(book, "Stack", "Gap beside a shaft assembly in its housing")
+    p.section("Parts as made")
+    p.row("Depth of the housing", 80.00, "mm", "+- 0.12", "housing", True)
+    p.row("Left bearing", 17.00, "mm", "bought, 0 / -0.12", "bearing_left", True)
+    p.row("Right bearing", 17.00, "mm", "bought, 0 / -0.12", "bearing_right", True)
+    p.row("Left spacer", 12.40, "mm", "+- 0.06, same bar and set-up as the right one", "spacer_left", True)
+    p.row("Right spacer", 12.40, "mm", "+- 0.06", "spacer_right", True)
+    p.row("Gear hub", 21.00, "mm", "+- 0.08", "hub", True)
+    p.section("Result")
+    p.row("Gap", "=housing-bearing_left-bearing_right-spacer_left-spacer_right-hub", "mm", "0.05 to 0.55", "gap")
+    p.section("Worst case, from the tolerances alone")
+    p.row("Least gap", "=80-0.12-17-17-2*12.46-21.08", "mm", "every part at its unlucky end", "gap_least")
+    p.row("Greatest gap", "=80+0.12-2*16.88-2*12.34-20.92", "mm", "every part at its other end", "gap_greatest")
+    return book
+
+
+def voltage_divider():
+    """Reference voltage from a supply by two resistors; temperature moves both."""
+    book = new_book()
+    p = Page(book, "Divider", "Voltage divider, worst case against statistics")
+    p.section("Varying")
+    p.row("Supply", 12.0, "V", "regulator, +- 2 %", "supply", True)
+    p.row("Upper resistor", 6800, "ohm", "at 25 C, 1 %", "r_upper", True)
+    p.row("Lower resistor", 3300, "ohm", "at 25 C, 1 %", "r_lower", True)
+    p.row("Temperature coefficient, upper", 0, "ppm/K", "+- 100", "tc_upper", True)
+    p.row("Temperature coefficient, lower", 0, "ppm/K", "+- 100", "tc_lower", True)
+    p.row("Temperature", 25, "C", "-20 to 70", "temperature", True)
+    p.row("Load current", 0.00002, "A", "0 to 40 uA", "i_load", True)
+    p.section("Circuit")
+    p.row("Upper resistor, warm", "=r_upper*(1+tc_upper*1E-6*(temperature-25))", "ohm", "", "r_1")
+    p.row("Lower resistor, warm", "=r_lower*(1+tc_lower*1E-6*(temperature-25))", "ohm", "", "r_2")
+    p.row("Output", "=(supply/r_1-i_load)/(1/r_1+1/r_2)", "V", "3.78 to 4.02", "v_out")
+    p.row("Power of the upper resistor", "=(supply-v_out)^2/r_1", "W", "", "power")
+    p.section("Worst case")
+    p.row("Spread by temperature, least", "=1-100E-6*45", "", "45 K from 25 C", "k_least")
+    p.row("Spread by temperature, greatest", "=1+100E-6*45", "", "", "k_greatest")
+    p.row("Least output", "=(11.76/(6868*k_greatest)-0.00004)/(1/(6868*k_greatest)+1/(3267*k_least))", "V",
+          "everything at its unlucky end", "v_least")
+    p.row("Greatest output", "=(12.24/(6732*k_least))/(1/(6732*k_least)+1/(3333*k_greatest))", "V", "", "v_greatest")
+    return book
+
+
+def robust_spring():
+    """A helical compression spring whose rate must hold in production."""
+    book = new_book()
+    p = Page(book, "Spring", "Helical spring: light, and its rate within limits in production")
+    p.section("Design")
+    p.row("Wire diameter", 3.0, "mm", "made to +- 0.02 (1 sigma 0.01)", "wire", True)
+    p.row("Mean coil diameter", 26.0, "mm", "1 sigma 0.1", "coil", True)
+    p.row("Active coils", 8.0, "", "1 sigma 0.05", "turns", True)
+    p.section("Given")
+    p.row("Shear modulus", 79300, "N/mm2", "varies with the batch, 1 sigma 800", "shear_modulus", True)
+    p.row("Load", 120, "N", "", "load")
+    p.row("Allowed shear stress", 560, "N/mm2", "", "stress_allowed")
+    p.section("Result")
+    p.row("Spring index", "=coil/wire", "", "5 to 12", "index")
+    p.row("Rate", "=shear_modulus*wire^4/(8*coil^3*turns)", "N/mm", "5.4 to 6.6", "rate")
+    p.row("Stress factor", "=(4*index-1)/(4*index-4)+0.615/index", "", "Wahl", "wahl")
+    p.row("Shear stress", "=wahl*8*load*coil/(PI()*wire^3)", "N/mm2", "", "stress")
+    p.row("Mass of the wire", "=7.85E-3*PI()^2/4*wire^2*coil*(turns+2)", "g", "", "mass")
+    return book
+
+
+EXAMPLES = {"welded_beam": welded_beam, "pressure_vessel": pressure_vessel, "speed_reducer": speed_reducer,
+            "stackup": stackup, "voltage_divider": voltage_divider, "robust_spring": robust_spring}
 
 
 def main(names):

@@ -54,6 +54,10 @@ public:
     Ref<c_Response> Ys(const Variant& index) const;
     bool InputsOK(std::string& source, Long& itemNum, std::string& cause, bool showMessages = false);
     bool RunMC(bool dbg = false, bool forOpt = false);
+    /// After a run that was stopped: the statistics of the trials it completed, or only of its whole batches
+    /// (the rows of a batch may ascend, so that a part of one is no fair sample). Trials left out are
+    /// dropped. False, and nothing changed, when fewer than two are left.
+    bool CompleteEarly(bool wholeBatchesOnly);
     void SortYs();
     void Clear();
 
@@ -133,7 +137,12 @@ private:
     Array2<double> xUnsorted_;                      // trial x parameter
     Array2<double> rankCorrelations_, varContribs_; // parameter x response
     Array1<CentralMoments> moments_;                // by response
-    Array1<double> trialX_;                         // by parameter
+    struct {
+        Long trials = 0;
+        Array2<double> ySums;
+        Array1<CentralMoments> moments;
+    } closed_;                        // the state at the end of the latest whole batch
+    Array1<double> trialX_;           // by parameter
     std::vector<char> limitsCrossed_; // by response: a trial had its lower limit above the upper one
 
     Array2<double> corrMatrix_; // parameter x parameter

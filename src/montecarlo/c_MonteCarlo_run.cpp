@@ -140,6 +140,7 @@ bool c_MonteCarlo::runTrials(Procedure& here, Run& run, bool dbg)
     run.yRow.resize(ny);
     trialX_.resize(nx);
     lastTrial_ = 0;
+    closed_.trials = 0;
     yStats_.resize(ny, 7);
     moments_.resize(ny);
     limitsCrossed_.assign(static_cast<std::size_t>(ny), 0);
@@ -240,6 +241,7 @@ bool c_MonteCarlo::runTrials(Procedure& here, Run& run, bool dbg)
         lastTrial_ = t;
         here.at(1410);
         accumulate(run, t);
+        if (pos == sampleSize) closed_ = {t, ySums_, moments_};
     }
 
     here.at(1501);

@@ -112,6 +112,22 @@ void c_MonteCarlo::CalcStatistics()
     }
 }
 
+bool c_MonteCarlo::CompleteEarly(bool wholeBatchesOnly)
+{
+    if ((wholeBatchesOnly ? closed_.trials : lastTrial_) < 2) return false;
+    if (wholeBatchesOnly) {
+        lastTrial_ = closed_.trials;
+        ySums_ = closed_.ySums;
+        moments_ = closed_.moments;
+    }
+    yUnsorted_.resizeRowsKeep(lastTrial_); // a trial may have been kept and not counted
+    xUnsorted_.resizeRowsKeep(lastTrial_);
+    sorted_.resizeLastKeep(lastTrial_);
+    forOpt_ = true; // the progress window is gone
+    CalcStatistics();
+    return true;
+}
+
 double c_MonteCarlo::minPNC(Long n, Long x, double alpha)
 {
     Procedure here{"c_MonteCarlo", "minPNC"};
@@ -210,12 +226,12 @@ void c_MonteCarlo::CalcRankCorrelation(Long n, Long N)
     const double size = n;
     const double D3 = size * size * size - size;
     here.at(5);
+    Array2<double> correlations(nx, ny); // kept when all are there: the user may cancel in between
     for (Long y : oneTo(ny)) {
         ReportProgress(kStatus, nx + ny + y, nx + 2 * ny);
         const double Ty = T(nx + y);
         const auto ranksOfY = std::as_const(ranks).row(nx + y);
         for (Long x : oneTo(nx)) {
-            rankCorrelations_(x, y) = 0.0;
             if (T(x) == -1.0 || Ty == -1.0) continue;
             const auto ranksOfX = std::as_const(ranks).row(x);
             double d = 0.0;
@@ -225,10 +241,11 @@ void c_MonteCarlo::CalcRankCorrelation(Long n, Long N)
             }
             const double r = 1.0 - 6.0 * (d + (T(x) + Ty) / 12.0) / D3;
             const double q = std::sqrt(1.0 - Ty / D3) * std::sqrt(1.0 - T(x) / D3);
-            if (q != 0.0) rankCorrelations_(x, y) = r / q;
+            if (q != 0.0) correlations(x, y) = r / q;
         }
     }
     here.at(6);
+    rankCorrelations_ = std::move(correlations);
     for (Long y : oneTo(ny)) {
         double S = 0.0;
         for (Long x : oneTo(nx)) S += rankCorrelations_(x, y) * rankCorrelations_(x, y);

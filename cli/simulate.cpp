@@ -1,0 +1,158 @@
+// cli/simulate.cpp - `corvane simulate`: run the trials of a study and report what its results do.
+//
+// The report is Simulation.h's.
+#include <chrono>
+#include <optional>
+#include <string>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "Command.h"
+#include "Distributions.h"
+#include "Output.h"
+#include "Simulation.h"
+#include "Terminal.h"
+
+namespace varnex3::cli {
+namespace {
+
+void takeArguments(const SimulateArguments& arguments, Study& study)
+{
+    StudyMonteCarlo& m = study.monteCarlo;
+    if (arguments.trials > 0) m.trials = arguments.trials;
+    if (arguments.seed > 0) m.seed = arguments.seed;
+    if (!arguments.sampling.empty()) m.latinHypercube = arguments.sampling == "lhs";
+}
+
+/// Batches that do not come out even leave a last one that may have seen low values only.
+void warnOfBatches(const Study& study)
+{
+    const StudyMonteCarlo& m = study.monteCarlo;
+    if (m.sampleSize == 0 || m.trials % m.sampleSize == 0) return;
+    fmt::print(stderr, "{}: warning: batches of {} do not divide {} trials; the last batch is cut short{}\n",
+               m.sampleSizePlace.text(), m.sampleSize, m.trials,
+               study.correlations.empty()
+                   ? ""
+                   : ", and with correlations it holds low values of the first input only");
+}
+
+void validateInputs(Problem& problem, c_MonteCarlo& run)
+{
+    std::string source, cause;
+    Long item = 0;
+    if (run.InputsOK(source, item, cause)) return;
+    const Study& study = problem.study;
+    const auto index = static_cast<std::size_t>(item > 0 ? item - 1 : 0);
+    Place place{study.path, 0, ""};
+    if (source == c_MonteCarlo::SOURCEX) place = study.parameters[index].place;
+    if (source == c_MonteCarlo::SOURCEY) place = study.responses[index].place;
+    throw Refused(place, cause);
+}
+
+/// Why the trial that stopped a run did so: its inputs are written again, and draws and responses looked at.
+class FailedTrial {
+public:
+    FailedTrial(Problem& problem, const c_MonteCarlo& run) : problem_(problem), run_(run) {}
+
+    std::string text()
+    {
+        const c_Formulation& f = *problem_.formulation;
+        std::string reason;
+        for (Long i : oneTo(f.CountX())) {
+            const Long k = f.CalcSequence(i);
+            if (f.RecalcFlags(k)) problem_.application->Calculate();
+            c_Parameter& x = *f.Xs->Item(k);
+            std::string refused;
+            if (x.xType == xTypes::Noise) attempt([&] { x.RandVal(0.5, refused); });
+            if (!refused.empty()) {
+                reason = fmt::format("the distribution of \"{}\": {}", x.Name, refused);
+                break;
+            }
+            attempt([&] { x.SetMean(run_.trialX(k)); });
+        }
+        attempt([&] { problem_.application->Calculate(); });
+        caught();
+        std::string get;
+        for (Long j : oneTo(f.CountY())) {
+            if (!reason.empty()) break;
+            const Variant value = f.Ys->Item(j)->Formula->Value();
+            if (value.asNumber() || value.asBoolean()) continue;
+            const std::string& cell = problem_.study.responses[static_cast<std::size_t>(j - 1)].cell.value;
+            reason = fmt::format("the response \"{}\" in {} holds {}", f.Ys->Item(j)->Name, cell,
+                                 problem_.application->shownText(*f.Ys->Item(j)->Formula));
+            get = " --get " + quoted(cell);
+        }
+        std::string message = fmt::format("trial {}: {}\n", run_.LastTrial() + 1,
+                                          reason.empty() ? "the cause is in the report below" : reason);
+        message += "The inputs of that trial:\n  corvane calc " + quoted(problem_.study.workbookPath);
+        for (Long i : oneTo(f.CountX())) {
+            if (f.Xs->Item(i)->xType == xTypes::Constant) continue;
+            const std::string& cell = problem_.study.parameters[static_cast<std::size_t>(i - 1)].cell.value;
+            message += " --set " + quoted(cell + "=" + csvField(run_.trialX(i)));
+        }
+        return message + get + "\n";
+    }
+
+private:
+    static std::string quoted(const std::string& word)
+    {
+        if (word.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-./=+") ==
+            std::string::npos)
+            return word;
+        std::string text = "'";
+        for (char c : word) text += c == '\'' ? std::string("'\\''") : std::string(1, c);
+        return text + "'";
+    }
+
+    Problem& problem_;
+    const c_MonteCarlo& run_;
+};
+
+/// Runs the trials. False when a trial failed.
+bool runTrials(Problem& problem, Simulation& simulation, const SimulateArguments& arguments,
+               std::optional<std::string>& failure)
+{
+    Terminal terminal({arguments.quiet, OnCancel::Keep});
+    c_MonteCarlo& run = simulation.run;
+    configureMonteCarlo(run, problem);
+    validateInputs(problem, run);
+    simulation.planned = run.numTrials;
+    if (run.useCorrelations) simulation.repaired = !run.CorrelationListOK(correlationList(problem.study));
+    const auto begin = std::chrono::steady_clock::now();
+    const bool done = run.RunMC();
+    simulation.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    simulation.cancelled = !done && terminal.cancelled();
+    failure = terminal.errorReport();
+    return done || simulation.cancelled;
+}
+
+} // namespace
+
+int runSimulate(const SimulateArguments& arguments)
+{
+    Problem problem = loadProblem(arguments.study);
+    takeArguments(arguments, problem.study);
+    warnOfBatches(problem.study);
+
+    Simulation simulation;
+    std::optional<std::string> failure;
+    if (!runTrials(problem, simulation, arguments, failure)) {
+        fmt::print(stderr, "corvane: the run failed in {}{}\n", FailedTrial(problem, simulation.run).text(),
+                   failure.value_or(""));
+        return exitCode::RunFailed;
+    }
+    c_MonteCarlo& run = simulation.run;
+    if (simulation.cancelled && !run.CompleteEarly(run.useCorrelations)) {
+        fmt::print(stderr, "corvane: cancelled before {} was done; nothing can be reported.\n",
+                   run.useCorrelations ? "the first whole batch" : "the second trial");
+        return exitCode::Cancelled;
+    }
+    run.SortYs();
+    if (arguments.json != "-") fmt::print("{}", report(problem, simulation));
+    if (!arguments.json.empty()) writeJson(arguments.json, document(problem, simulation));
+    if (!arguments.csv.empty()) writeFile(arguments.csv, trialsAsCsv(problem, simulation));
+    return simulation.cancelled ? exitCode::Cancelled : exitCode::Done;
+}
+
+} // namespace varnex3::cli
