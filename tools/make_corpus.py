@@ -139,7 +139,7 @@ FAMILIES = {
         f"{n}({x},{a},{c})" for n, a in (("NORMDIST", "3,2"), ("NORM.DIST", "3,2"), ("NORM.DIST", "3,0"), ("EXPONDIST", "1.5"),
                                          ("EXPON.DIST", "0"), ("WEIBULL", "2,3"), ("WEIBULL.DIST", "1,100"),
                                          ("GAMMADIST", "2,3"), ("GAMMA.DIST", "0.5,1"), ("BETA.DIST", "2,3"),
-                                         ("POISSON", "2.5"), ("POISSON.DIST", "0"), ("LOGNORM.DIST", "1,2"),
+                                         ("POISSON", "2.5"), ("POISSON.DIST", "0.5"), ("LOGNORM.DIST", "1,2"),
                                          ("CHISQ.DIST", "3"), ("CHISQ.DIST", "1"), ("T.DIST", "5"), ("F.DIST", "4,6"),
                                          ("NORM.DIST", "0,1"), ("NEGBINOM.DIST", "3,0.4"))
         for x in ("0", "1", "2.5", "-1", "20", '"x"', "@B2") for c in ("TRUE", "FALSE")] + [
@@ -190,7 +190,7 @@ FAMILIES = {
         "MATCH(12,@B1:B10,0)", "MATCH(2,{1,2,3})", "MATCH(5,@A1:B2,0)", "MATCH(3,@C1:C10,0)", 'MATCH("",@G1:G10,0)',
         "MATCH(@Z1,@B1:B10,0)", "MATCH(7,{9,8,7,6},-1)", "MATCH(7.5,{9,8,7,6},-1)", "MATCH(10,{9,8,7,6},-1)", "SHEET()",
         "SHEETS()", 'SHEET("Data")', "FORMULATEXT(@C1)", "FORMULATEXT(@A1)", "@E:E", "SUM(@E:E)", "SUM(@2:2)", "COUNTA(@A:J)"],
-    "text": each("LEN UPPER LOWER PROPER TRIM CLEAN VALUE CODE T REPT", [
+    "text": each("LEN UPPER LOWER PROPER TRIM CLEAN VALUE CODE T", [
         '"Hello  World"', '" a  b "', '""', "12.5", "@B2", "@B7", "@C1", '"1,234.5"', '"élan VITAL o\'neil"',
         '"12%"', '"$5"', '"(3)"', '"1e3"', '"2024-02-29"', '"1/2/2024"', '"10:30"', '"10:30 PM"', '" "', "0.1", "-0", "1/3",
         '"TRUE"', '"1 1/2"', "1E-7", "0.00001234"]) + [
