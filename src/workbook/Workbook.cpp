@@ -35,6 +35,17 @@ void requireSheetName(const std::string& name)
 
 } // namespace
 
+FileStamp stampOf(const std::string& path)
+{
+    namespace fs = std::filesystem;
+    std::error_code code;
+    const fs::path absolute = fs::absolute(path, code);
+    FileStamp stamp{code ? path : absolute.string()};
+    stamp.bytes = fs::file_size(path, code);
+    if (!code) stamp.written = fs::last_write_time(path, code);
+    return stamp;
+}
+
 void refuse(std::string description) { raise(errors::HostFailure, kSource, std::move(description)); }
 
 sheet::SheetIndex indexOf(const SheetPlace& place)
