@@ -2,7 +2,8 @@
 // spreadsheet program.
 //
 // Macros are functions that the driving program registers. Nothing is saved unless the driving program
-// asks for it, and nothing asks the user. Errors are the host's: 1004 for a request refused, 9 for a workbook or sheet that is not there.
+// asks for it, and nothing asks the user. Errors are the host's: 1004 for a request refused, 9 for a workbook
+// or sheet that is not there.
 #pragma once
 
 #include <functional>

@@ -2,6 +2,7 @@
 #include "workbook/Workbook.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "workbook/EmbeddedApplication.h"
 #include "workbook/Range.h"
@@ -40,9 +41,10 @@ FileStamp stampOf(const std::string& path)
     namespace fs = std::filesystem;
     std::error_code code;
     const fs::path absolute = fs::absolute(path, code);
-    FileStamp stamp{code ? path : absolute.string()};
+    FileStamp stamp{code ? path : absolute.string(), 0, 0};
     stamp.bytes = fs::file_size(path, code);
-    if (!code) stamp.written = fs::last_write_time(path, code);
+    const fs::file_time_type written = fs::last_write_time(path, code);
+    stamp.written = static_cast<std::int64_t>(written.time_since_epoch().count());
     return stamp;
 }
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -29,7 +28,7 @@ struct SheetPlace {
 struct FileStamp {
     std::string path; // absolute
     std::uintmax_t bytes = 0;
-    std::filesystem::file_time_type written{};
+    std::int64_t written = 0; // clock of the file system
     friend bool operator==(const FileStamp&, const FileStamp&) = default;
 };
 FileStamp stampOf(const std::string& path);
