@@ -8,6 +8,7 @@
 #include "runtime/Number.h"
 #include "sheet/format/Convert.h"
 #include "sheet/xlsx/Reader.h"
+#include "sheet/xlsx/Writer.h"
 #include "workbook/Convert.h"
 #include "workbook/Reference.h"
 #include "workbook/Workbook.h"
@@ -120,6 +121,7 @@ Ref<host::Workbook> EmbeddedApplication::open(const std::string& path)
     const std::string name = file.filename().string();
     if (findWorkbook(name)) refuse("a workbook called \"" + name + "\" is open already");
     auto book = std::make_unique<sheet::Book>();
+    const FileStamp stamp = stampOf(path);
     asked([&] {
         try {
             sheet::readWorkbook(path, book->builder());
@@ -132,7 +134,27 @@ Ref<host::Workbook> EmbeddedApplication::open(const std::string& path)
     const std::filesystem::path absolute = std::filesystem::absolute(file, code);
     book->setPath(code ? path : absolute.string());
     if (workbooks_.empty()) session_->automatic = !book->settings().manual;
-    return admit(name, std::move(book));
+    Ref<EmbeddedWorkbook> opened = admit(name, std::move(book));
+    opened->file(stamp);
+    return opened;
+}
+
+void EmbeddedApplication::save(host::Workbook& workbook, const std::string& path)
+{
+    EmbeddedWorkbook& saved = own(workbook);
+    const sheet::Book& book = saved.currentBook();
+    const FileStamp& source = saved.file();
+    if (!source.path.empty() && stampOf(source.path) != source)
+        refuse("the file " + source.path + " has changed since it was opened; open it again");
+    try {
+        sheet::saveWorkbook(book, source.path, path);
+    } catch (const sheet::FileError& error) {
+        refuse(error.what());
+    }
+    std::error_code code;
+    if (source.path.empty() || !std::filesystem::equivalent(source.path, path, code)) return;
+    saved.book().markSaved();
+    saved.file(stampOf(source.path));
 }
 
 Ref<EmbeddedWorkbook> EmbeddedApplication::admit(std::string name, std::unique_ptr<sheet::Book> book)
@@ -183,11 +205,13 @@ std::string EmbeddedApplication::shownText(host::Range& cell)
                       value.held());
 }
 
-sheet::Book& EmbeddedApplication::book(host::Workbook& workbook)
+EmbeddedWorkbook& EmbeddedApplication::own(host::Workbook& workbook) const
 {
-    auto* own = dynamic_cast<EmbeddedWorkbook*>(&workbook);
-    if (!own) raise(errors::InvalidCall);
-    return own->book();
+    auto* found = dynamic_cast<EmbeddedWorkbook*>(&workbook);
+    if (!found) raise(errors::InvalidCall);
+    return *found;
 }
+
+sheet::Book& EmbeddedApplication::book(host::Workbook& workbook) { return own(workbook).book(); }
 
 } // namespace varnex3::workbook

@@ -1,8 +1,9 @@
 // workbook/EmbeddedApplication.h - the embedded host: workbooks over the engine in sheet/, without a
 // spreadsheet program.
 //
-// Macros are functions that the driving program registers. Nothing is ever saved, and nothing asks the
-// user. Errors are the host's: 1004 for a request refused, 9 for a workbook or sheet that is not there.
+// Macros are functions that the driving program registers. Nothing is saved unless the driving program
+// asks for it, and nothing asks the user. Errors are the host's: 1004 for a request refused, 9 for a workbook
+// or sheet that is not there.
 #pragma once
 
 #include <functional>
@@ -50,6 +51,13 @@ public:
     /// a workbook of that file name is open already.
     Ref<host::Workbook> open(const std::string& path);
 
+    /// Saves a workbook of this host as a file, which may be the one it was opened from. What was not
+    /// touched stays as it is in that file; see sheet/xlsx/Writer.h. Brings formulas up to date before
+    /// when the mode is automatic. The workbook keeps its name, and later saves start from its own file.
+    /// Raises 1004 with the reason, also when the file has changed on disk since it was opened; 5 for a
+    /// workbook of another host.
+    void save(host::Workbook& workbook, const std::string& path);
+
     /// The cells that a text refers to: "Sheet1!B3", "'My Sheet'!$B$3:C4", "[Book1.xlsx]Sheet1!B3", a
     /// defined name, or "B3" on the active sheet. Seen from the active workbook unless it names one.
     /// Raises 1004 saying which part of the text is wrong.
@@ -80,6 +88,7 @@ public:
 
 private:
     Ref<EmbeddedWorkbook> admit(std::string name, std::unique_ptr<sheet::Book> book);
+    EmbeddedWorkbook& own(host::Workbook& workbook) const;
 
     std::shared_ptr<Session> session_;
     std::vector<Ref<EmbeddedWorkbook>> workbooks_;

@@ -2,6 +2,7 @@
 #include "workbook/Workbook.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "workbook/EmbeddedApplication.h"
 #include "workbook/Range.h"
@@ -34,6 +35,18 @@ void requireSheetName(const std::string& name)
 }
 
 } // namespace
+
+FileStamp stampOf(const std::string& path)
+{
+    namespace fs = std::filesystem;
+    std::error_code code;
+    const fs::path absolute = fs::absolute(path, code);
+    FileStamp stamp{code ? path : absolute.string(), 0, 0};
+    stamp.bytes = fs::file_size(path, code);
+    const fs::file_time_type written = fs::last_write_time(path, code);
+    stamp.written = static_cast<std::int64_t>(written.time_since_epoch().count());
+    return stamp;
+}
 
 void refuse(std::string description) { raise(errors::HostFailure, kSource, std::move(description)); }
 

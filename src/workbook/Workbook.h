@@ -1,6 +1,7 @@
 // workbook/Workbook.h - workbooks and worksheets of the embedded host.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,6 +23,15 @@ struct Session {
 struct SheetPlace {
     sheet::SheetIndex index = 0; // negative once deleted
 };
+
+/// A file as it was at one moment; empty path for none.
+struct FileStamp {
+    std::string path; // absolute
+    std::uintmax_t bytes = 0;
+    std::int64_t written = 0; // clock of the file system
+    friend bool operator==(const FileStamp&, const FileStamp&) = default;
+};
+FileStamp stampOf(const std::string& path);
 
 /// Raises the host's refusal, 1004.
 [[noreturn]] void refuse(std::string description);
@@ -65,6 +75,10 @@ public:
     /// missing or older than its inputs; later those that depend on what changed.
     void calculate();
 
+    /// The file that it was opened from, as it was then.
+    const FileStamp& file() const { return file_; }
+    void file(FileStamp stamp) { file_ = std::move(stamp); }
+
     Ref<EmbeddedApplication> application() const; // raises 1004 once it is gone
     std::shared_ptr<SheetPlace> place(sheet::SheetIndex index) const
     {
@@ -81,6 +95,7 @@ private:
 
     std::shared_ptr<Session> session_;
     std::string name_;
+    FileStamp file_;
     std::unique_ptr<sheet::Book> book_;
     std::vector<std::shared_ptr<SheetPlace>> places_; // in tab order
     std::shared_ptr<SheetPlace> active_;

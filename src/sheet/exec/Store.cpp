@@ -93,4 +93,14 @@ bool Store::visitSlots(
     return true;
 }
 
+void Store::tilesAt(SheetIndex sheet, std::int32_t row, std::vector<Slot>& firsts) const
+{
+    firsts.clear();
+    const std::size_t k = index(row) / kTileRows;
+    for (const std::vector<std::uint32_t>& tiles : sheets_[index(sheet)].columns) {
+        const bool held = k < tiles.size() && tiles[k] != kNoTile;
+        firsts.push_back(held ? tiles[k] * kTileRows : kNoSlot);
+    }
+}
+
 } // namespace varnex3::sheet

@@ -23,6 +23,7 @@ public:
         kDirty = 1,   // its formula waits for its turn in the recalculation that runs
         kWritten = 2, // written since the last recalculation
         kStarted = 4, // its evaluation waits for cells that it reads
+        kEdited = 8,  // given another content since the book was loaded
     };
 
     void addSheet() { sheets_.emplace_back(); }
@@ -60,6 +61,11 @@ public:
     bool isDirty(Slot slot) const { return (marks_[slot] & kDirty) != 0; }
     bool isMarked(Slot slot, Mark mark) const { return (marks_[slot] & mark) != 0; }
     void mark(Slot slot, Mark mark) { marks_[slot] = static_cast<std::uint8_t>(marks_[slot] | mark); }
+    /// kWritten and kEdited at once.
+    void markWritten(Slot slot)
+    {
+        marks_[slot] = static_cast<std::uint8_t>(marks_[slot] | kWritten | kEdited);
+    }
     void unmark(Slot slot, Mark mark) { marks_[slot] = static_cast<std::uint8_t>(marks_[slot] & ~mark); }
 
     void setDate(Slot slot) { dates_[slot / kTileRows] |= std::uint64_t{1} << (slot % kTileRows); }
@@ -69,6 +75,16 @@ public:
     bool visitSlots(
         const Area& area,
         FunctionRef<bool(std::int32_t row, std::int32_t col, Slot first, std::int32_t n)> visitor) const;
+
+    /// The first slot of each column's tile that holds `row`, in order of the columns; kNoSlot where there
+    /// is no tile.
+    void tilesAt(SheetIndex sheet, std::int32_t row, std::vector<Slot>& firsts) const;
+    /// Takes kEdited from every slot whose next write will set it again.
+    void forgetEdited()
+    {
+        for (std::uint8_t& marks : marks_)
+            if ((marks & kWritten) == 0) marks = static_cast<std::uint8_t>(marks & ~kEdited);
+    }
 
 private:
     static constexpr std::uint32_t kNoTile = 0xFFFFFFFFU;

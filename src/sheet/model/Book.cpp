@@ -60,11 +60,7 @@ const Value& Book::storedValue(const CellAddress& cell) const
 {
     static const Value empty;
     const Slot slot = impl_->store.find(cell);
-    const FormulaId f = slot == kNoSlot ? kNoFormula : impl_->store.formula(slot);
-    if (f == kNoFormula) return empty;
-    if (impl_->formulas.cell(f).slot == slot) return f < impl_->stored.size() ? impl_->stored[f] : empty;
-    const auto known = impl_->storedResults.find(slot);
-    return known == impl_->storedResults.end() ? empty : known->second;
+    return slot == kNoSlot ? empty : impl_->storedAt(slot);
 }
 
 void Book::setValue(const CellAddress& cell, Value value)

@@ -46,6 +46,27 @@ struct Inspection {
     std::vector<std::pair<std::string, std::string>> notices; // from the reader: where, what
 };
 
+/// How a cell differs from the file that the book was loaded from.
+enum class Change : std::uint8_t {
+    None,
+    Result,  // its formula gives another result than the file stores
+    Content, // another constant or formula was put there, perhaps an equal one
+};
+
+struct BandCell {
+    CellAddress at;
+    const Value* value;
+    Change change;
+    bool formula; // has one, or belongs to an array formula
+};
+
+/// A defined name whose meaning is not that of the file.
+struct NameState {
+    std::string name;
+    std::optional<SheetIndex> scope;
+    std::string formula; // without "="
+};
+
 class Book {
 public:
     Book();
@@ -91,6 +112,23 @@ public:
     void write(Slot slot, double x);
     /// Changes whenever slots may have become invalid (a sheet removed).
     std::uint32_t generation() const;
+
+    // What differs from the file that the book was loaded from.
+    static constexpr std::int32_t kBandRows = 64;
+    /// Appends the cells of rows [row, row + kBandRows) that hold something or were changed, row by row;
+    /// `row` is a multiple of kBandRows.
+    void band(SheetIndex sheet, std::int32_t row, std::vector<BandCell>& cells) const;
+    /// The name that the sheet has in the file; null for a sheet added since.
+    const std::string* loadedName(SheetIndex sheet) const;
+    /// How many sheets the file had.
+    SheetIndex loadedSheets() const;
+    /// The area of the array formula that a cell belongs to; nothing for other cells.
+    std::optional<Area> arrayArea(const CellAddress& cell) const;
+    /// The defined names that were added or given another meaning, also because a sheet was renamed or
+    /// removed.
+    std::vector<NameState> changedNames() const;
+    /// The book has been saved over its file: nothing differs from it any more.
+    void markSaved();
 
     // Recalculation.
     void calculate();    // what depends on cells changed since the last time, and volatile cells

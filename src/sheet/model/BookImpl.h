@@ -25,6 +25,7 @@ struct DefinedName {
     std::optional<SheetIndex> scope;
     std::string formula;
     std::unique_ptr<Tree> tree; // seen from A1; null when the text is no formula
+    bool changed = false;       // since loading
 };
 
 struct Book::Impl final : Environment, BookBuilder, Scope {
@@ -78,6 +79,9 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     void setFormula(const CellAddress& cell, std::string_view text);
     void setArrayFormula(const Area& block, std::string_view text);
     void putFormula(FormulaId f);
+    void markEdited(FormulaId f);
+    void markReaders(const std::string& sheetName);
+    const Value& storedAt(Slot slot) const;
     void renameSheet(SheetIndex sheet, const std::string& name);
     void removeSheet(SheetIndex sheet);
     void checkSheetName(std::string_view name, std::optional<SheetIndex> except) const;
@@ -97,6 +101,8 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     Evaluator evaluator;
     Recalculation recalculation;
     std::vector<std::string> sheetNames;
+    std::vector<std::optional<std::string>> loadedNames; // by sheet: its name in the file
+    SheetIndex loadedSheets = 0;
     std::vector<DefinedName> definedNames;
     std::unordered_multimap<std::string, std::size_t> nameIndex; // lower case -> definedNames
     std::unordered_map<std::uint64_t, CodeId> sharedGroups;      // sheet and group, while loading

@@ -52,6 +52,7 @@ void Book::Impl::putFormula(FormulaId f)
     if (!formulas.isCompiled(code)) formulas.compile(code, *this);
     if (stored.size() <= f) stored.resize(f + std::size_t{1});
     stored[f] = Value();
+    markEdited(f);
     recalculation.formulaChanged(f);
 }
 
@@ -104,10 +105,12 @@ void Book::Impl::renameSheet(SheetIndex sheet, const std::string& name)
     checkAddress({sheet, 0, 0});
     checkSheetName(name, sheet);
     std::string& own = sheetNames[static_cast<std::size_t>(sheet)];
+    markReaders(own);
     formulas.renameSheet(own, name);
     for (DefinedName& defined : definedNames) {
         if (!defined.tree || !renameSheetIn(*defined.tree, own, name)) continue;
         defined.formula = sheet::formulaText(*defined.tree, CellAddress{defined.scope.value_or(0), 0, 0});
+        defined.changed = true;
     }
     own = name;
     if (formulas.anyUnresolved()) namesChanged();
@@ -123,12 +126,16 @@ void Book::Impl::removeSheet(SheetIndex sheet)
         if (f < stored.size()) stored[f] = Value();
     }
     const std::string name = sheetNames[static_cast<std::size_t>(sheet)];
+    markReaders(name);
     formulas.removeSheet(name, sheet);
     std::vector<DefinedName> kept;
     for (DefinedName& defined : definedNames) {
         if (defined.scope == sheet) continue;
         if (defined.scope && *defined.scope > sheet) --*defined.scope;
-        if (defined.tree && removeSheetFrom(*defined.tree, name)) defined.formula = "#REF!";
+        if (defined.tree && removeSheetFrom(*defined.tree, name)) {
+            defined.formula = "#REF!";
+            defined.changed = true;
+        }
         kept.push_back(std::move(defined));
     }
     nameIndex.clear();
@@ -141,6 +148,7 @@ void Book::Impl::removeSheet(SheetIndex sheet)
         definedNames.push_back(std::move(defined));
     }
     sheetNames.erase(sheetNames.begin() + sheet);
+    loadedNames.erase(loadedNames.begin() + sheet);
     recalculation.forgetSlots();
     store.removeSheet(sheet);
     ++generation;

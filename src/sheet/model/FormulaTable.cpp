@@ -176,6 +176,22 @@ void FormulaTable::changeTrees(Change change)
     }
 }
 
+std::vector<bool> FormulaTable::codesNaming(std::string_view sheet) const
+{
+    const auto names = [&](const Tree& tree, std::int32_t text) {
+        return text >= 0 && equalTexts(tree.texts[static_cast<std::size_t>(text)], sheet);
+    };
+    std::vector<bool> found(codes_.size());
+    for (CodeId id = 0; id < codes_.size(); ++id) {
+        if (!codes_[id]->parsable) continue;
+        const Tree tree = treeOf(*codes_[id]);
+        found[id] = std::any_of(tree.nodes.begin(), tree.nodes.end(), [&](const Node& n) {
+            return names(tree, n.sheet) || names(tree, n.lastSheet);
+        });
+    }
+    return found;
+}
+
 void FormulaTable::renameSheet(std::string_view from, std::string_view to)
 {
     changeTrees([&](Tree& tree, SharedCode&) { return renameSheetIn(tree, from, to); });

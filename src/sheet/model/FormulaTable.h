@@ -65,6 +65,8 @@ public:
     /// The formula as text with "=", seen from `here`.
     std::string text(FormulaId f, const CellAddress& here) const;
 
+    /// Whether the formulas of a code name a sheet, by code.
+    std::vector<bool> codesNaming(std::string_view sheet) const;
     /// References to a sheet follow its new name.
     void renameSheet(std::string_view from, std::string_view to);
     /// References to a sheet that goes away become #REF!; formulas of it are to be removed before.

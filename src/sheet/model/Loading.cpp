@@ -23,6 +23,7 @@ std::string lowerCase(std::string_view text)
 SheetIndex Book::Impl::addSheet(std::string name)
 {
     checkSheetName(name, std::nullopt);
+    loadedNames.push_back(loading ? std::optional(name) : std::nullopt);
     sheetNames.push_back(std::move(name));
     store.addSheet();
     if (!loading && formulas.anyUnresolved()) namesChanged();
@@ -41,11 +42,12 @@ void Book::Impl::defineName(std::string name, std::optional<SheetIndex> scope, s
         if (known.scope != scope) continue;
         known.formula = std::move(formula);
         known.tree = std::move(tree);
+        known.changed = !loading;
         if (!loading) namesChanged();
         return;
     }
     nameIndex.emplace(key, definedNames.size());
-    definedNames.push_back({std::move(name), scope, std::move(formula), std::move(tree)});
+    definedNames.push_back({std::move(name), scope, std::move(formula), std::move(tree), !loading});
     if (!loading) namesChanged();
 }
 
@@ -128,6 +130,7 @@ void Book::Impl::arrayResult(const CellAddress& cell, Value value)
 void Book::Impl::finishLoading()
 {
     loading = false;
+    loadedSheets = store.sheetCount();
     sharedGroups.clear();
     formulas.compileAll(*this);
     recalculation.relinkAll();

@@ -30,7 +30,7 @@ public:
     void valueWritten(Slot slot)
     {
         if (store_.isMarked(slot, Store::kWritten)) return;
-        store_.mark(slot, Store::kWritten);
+        store_.markWritten(slot);
         written_.push_back(slot);
     }
     /// The kind of a value that no formula gives has changed.

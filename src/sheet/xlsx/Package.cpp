@@ -114,13 +114,6 @@ std::string unescapePercent(std::string_view text)
     return result;
 }
 
-std::string relationshipPart(const std::string& part)
-{
-    const std::size_t slash = part.rfind('/');
-    if (slash == std::string::npos) return "_rels/" + part + ".rels";
-    return part.substr(0, slash + 1) + "_rels/" + part.substr(slash + 1) + ".rels";
-}
-
 class RelationshipHandler final : public XmlHandler {
 public:
     RelationshipHandler(Package& package, std::string source) : package_(package), source_(std::move(source))
@@ -348,6 +341,13 @@ void Package::fail(std::string_view where, std::string_view problem) const
     std::string message = fileName_ + ": ";
     if (!where.empty()) message.append(where).append(": ");
     throw FileError(message.append(problem));
+}
+
+std::string relationshipPart(const std::string& part)
+{
+    const std::size_t slash = part.rfind('/');
+    if (slash == std::string::npos) return "_rels/" + part + ".rels";
+    return part.substr(0, slash + 1) + "_rels/" + part.substr(slash + 1) + ".rels";
 }
 
 std::string resolveTarget(std::string_view source, std::string_view target)

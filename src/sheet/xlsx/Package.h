@@ -60,6 +60,9 @@ private:
     std::size_t text_ = 0;
 };
 
+/// The part that lists the references from a part.
+std::string relationshipPart(const std::string& part);
+
 /// The part that `target` means in a reference from `source`: absolute or relative, any separators,
 /// percent escapes resolved; never above the root.
 std::string resolveTarget(std::string_view source, std::string_view target);

@@ -1,0 +1,324 @@
+// tests/unit/xlsx/WriterTest.cpp - what a saved file holds: changed cells and added sheets, all else as it
+// was.
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+#include <zip.h>
+
+#include "sheet/model/Book.h"
+#include "sheet/xlsx/Writer.h"
+#include "unit/xlsx/Packages.h"
+
+namespace varnex3::sheet::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+const std::string kMain = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
+const std::string kTypes = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
+
+std::string bytesOf(const fs::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream bytes;
+    bytes << file.rdbuf();
+    return bytes.str();
+}
+
+/// The entries of an archive as they are packed, or unpacked.
+std::map<std::string, std::string> entriesOf(const fs::path& path, zip_flags_t flags)
+{
+    std::map<std::string, std::string> entries;
+    zip_t* zip = zip_open(path.c_str(), ZIP_RDONLY, nullptr);
+    if (!zip) return entries;
+    for (zip_int64_t i = 0; i < zip_get_num_entries(zip, 0); ++i) {
+        zip_stat_t about;
+        zip_stat_index(zip, static_cast<zip_uint64_t>(i), 0, &about);
+        std::string content(flags != 0 ? about.comp_size : about.size, '\0');
+        zip_file_t* file = zip_fopen_index(zip, static_cast<zip_uint64_t>(i), flags);
+        zip_fread(file, content.data(), content.size());
+        zip_fclose(file);
+        entries[about.name] = content;
+    }
+    zip_discard(zip);
+    return entries;
+}
+
+class Writer : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+        folder_ = fs::path(testing::TempDir()) / (std::string("corvane_writer_") + test->name());
+        fs::remove_all(folder_);
+        fs::create_directories(folder_);
+    }
+    void TearDown() override { fs::remove_all(folder_); }
+
+    std::string path(const std::string& name) const { return (folder_ / name).string(); }
+
+    std::unique_ptr<Book> load(const std::string& file) const
+    {
+        auto book = std::make_unique<Book>();
+        readWorkbook(file, book->builder());
+        book->finishLoading();
+        return book;
+    }
+    /// A workbook file of these parts, opened.
+    std::unique_ptr<Book> loadParts(const Parts& parts, const std::string& name = "in.xlsx") const
+    {
+        std::ofstream(path(name), std::ios::binary) << zipped(parts);
+        return load(path(name));
+    }
+    std::string sheetAfter(const Book& book) const
+    {
+        saveWorkbook(book, path("in.xlsx"), path("out.xlsx"));
+        const std::string part = entriesOf(path("out.xlsx"), 0).at("xl/worksheets/sheet1.xml");
+        const std::size_t from = part.find("<sheetData>") + 11;
+        return part.substr(from, part.find("</sheetData>") - from);
+    }
+    std::string failureOf(const Book& book, const std::string& source, const std::string& target) const
+    {
+        try {
+            saveWorkbook(book, source, target);
+        } catch (const FileError& error) {
+            return error.what();
+        }
+        return {};
+    }
+    std::vector<std::string> filesLeft() const
+    {
+        std::vector<std::string> names;
+        for (const auto& entry : fs::directory_iterator(folder_))
+            names.push_back(entry.path().filename().string());
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    fs::path folder_;
+};
+
+Parts macroWorkbook()
+{
+    const std::string relation = "<Relationship Id=\"";
+    return workbookParts(
+        R"(<row r="1"><c r="A1"><v>2</v></c><c r="B1"><f>A1*3</f><v>6</v></c></row>)",
+        {{"[Content_Types].xml",
+          R"(<Types xmlns="http://schemas.openxmlformats.org/package/2006/content-types">)"
+          R"(<Default Extension="xml" ContentType="application/xml"/>)"
+          R"(<Override PartName="/xl/workbook.xml" )"
+          R"(ContentType="application/vnd.ms-excel.sheet.macroEnabled.main+xml"/>)"
+          R"(<Override PartName="/xl/calcChain.xml" ContentType="chain"/></Types>)"},
+         {"xl/workbook.xml",
+          "<workbook xmlns=\"" + kMain + "\" xmlns:q=\"" + kTypes +
+              R"("><!-- kept --><bookViews><workbookView activeTab="2"/></bookViews><sheets>)"
+              R"(<sheet name="Data" sheetId="4" q:id="rId1"/><sheet name="Old" sheetId="7" q:id="rId2"/>)"
+              R"(<sheet name="Last" sheetId="2" q:id="rId3"/></sheets><definedNames>)"
+              R"(<definedName name="gone" localSheetId="1">1</definedName>)"
+              R"(<definedName name="far" localSheetId="2">Last!$A$1</definedName></definedNames>)"
+              R"(<calcPr calcId="191029"/><extLst><ext uri="x"/></extLst></workbook>)"},
+         {"xl/_rels/workbook.xml.rels",
+          R"(<Relationships xmlns="http://schemas.openxmlformats.org/package/2006/relationships">)" +
+              relation + "rId1\" Type=\"" + kTypes + "/worksheet\" Target=\"worksheets/sheet1.xml\"/>" +
+              relation + "rId2\" Type=\"" + kTypes + "/worksheet\" Target=\"worksheets/sheet2.xml\"/>" +
+              relation + "rId3\" Type=\"" + kTypes + "/worksheet\" Target=\"worksheets/sheet3.xml\"/>" +
+              relation + "rId4\" Type=\"" + kTypes + "/vbaProject\" Target=\"vbaProject.bin\"/>" + relation +
+              "rId5\" Type=\"" + kTypes + "/calcChain\" Target=\"calcChain.xml\"/>" + "</Relationships>"},
+         {"xl/worksheets/sheet2.xml", "<worksheet xmlns=\"" + kMain + "\"><sheetData/></worksheet>"},
+         {"xl/worksheets/sheet3.xml", "<worksheet xmlns=\"" + kMain +
+                                          "\"><sheetData><row r=\"1\"><c r=\"A1\"><f>Data!A1+1</f><v>3</v>"
+                                          "</c></row></sheetData><drawing q:id=\"rId1\" xmlns:q=\"q\"/>"
+                                          "</worksheet>"},
+         {"xl/calcChain.xml", "<calcChain/>"},
+         {"xl/vbaProject.bin", std::string("\xD0\xCF\x11\xE0 macros \0 \xFF", 16)}});
+}
+
+TEST_F(Writer, AnUnchangedBookIsACopy)
+{
+    const auto book = loadParts(macroWorkbook(), "in.xlsm");
+    book->calculateAll();
+    saveWorkbook(*book, path("in.xlsm"), path("out.xlsm"));
+    EXPECT_EQ(bytesOf(path("out.xlsm")), bytesOf(path("in.xlsm")));
+}
+
+TEST_F(Writer, KeepsEveryPartThatIsNotTouched)
+{
+    const auto book = loadParts(macroWorkbook(), "in.xlsm");
+    const SheetIndex added = book->addSheet("New & <odd>");
+    book->setValue({added, 2, 27}, "text _x0041_ \x01 \xC3\xA4");
+    book->setContent({added, 0, 0}, "=NORM.S.INV(0.5)+Data!B1");
+    book->calculateAll();
+    saveWorkbook(*book, path("in.xlsm"), path("out.xlsm"));
+
+    auto before = entriesOf(path("in.xlsm"), ZIP_FL_COMPRESSED);
+    auto after = entriesOf(path("out.xlsm"), ZIP_FL_COMPRESSED);
+    for (const char* written : {"xl/workbook.xml", "xl/_rels/workbook.xml.rels", "[Content_Types].xml"}) {
+        EXPECT_NE(before.at(written), after.at(written)) << written;
+        before.erase(written);
+        after.erase(written);
+    }
+    EXPECT_EQ(after.erase("xl/worksheets/sheet4.xml"), 1U);
+    EXPECT_EQ(after, before);
+
+    const auto texts = entriesOf(path("out.xlsm"), 0);
+    EXPECT_THAT(texts.at("xl/worksheets/sheet4.xml"), HasSubstr("_xlfn.NORM.S.INV(0.5)"));
+    EXPECT_THAT(texts.at("xl/workbook.xml"), HasSubstr("<!-- kept -->"));
+    EXPECT_THAT(texts.at("xl/workbook.xml"), HasSubstr(R"(<calcPr calcId="191029" fullCalcOnLoad="1"/>)"));
+    EXPECT_THAT(texts.at("xl/workbook.xml"),
+                HasSubstr(R"(<sheet name="New &amp; &lt;odd&gt;" sheetId="8" q:id="rId6"/></sheets>)"));
+    EXPECT_THAT(texts.at("[Content_Types].xml"), HasSubstr("/xl/worksheets/sheet4.xml"));
+    const auto again = load(path("out.xlsm"));
+    ASSERT_EQ(again->sheetCount(), 4);
+    EXPECT_EQ(again->value({3, 2, 27}), Value("text _x0041_ \x01 \xC3\xA4"));
+    EXPECT_EQ(again->value({3, 0, 0}), Value(6.0));
+    EXPECT_EQ(again->content({3, 0, 0}), "=NORM.S.INV(0.5)+Data!B1");
+}
+
+TEST_F(Writer, RemovesAndRenamesSheets)
+{
+    const auto book = loadParts(macroWorkbook(), "in.xlsm");
+    book->removeSheet(1);
+    book->renameSheet(0, "My data");
+    saveWorkbook(*book, path("in.xlsm"), path("out.xlsm"));
+    const auto entries = entriesOf(path("out.xlsm"), 0);
+    EXPECT_EQ(entries.count("xl/worksheets/sheet2.xml"), 0U);
+    EXPECT_EQ(entries.count("xl/calcChain.xml"), 0U);
+    EXPECT_THAT(entries.at("[Content_Types].xml"), Not(HasSubstr("calcChain")));
+    EXPECT_THAT(entries.at("xl/_rels/workbook.xml.rels"), Not(HasSubstr("rId2")));
+    EXPECT_THAT(entries.at("xl/workbook.xml"), HasSubstr(R"(activeTab="1")"));
+    EXPECT_THAT(entries.at("xl/workbook.xml"), Not(HasSubstr("gone")));
+    EXPECT_THAT(entries.at("xl/worksheets/sheet3.xml"), HasSubstr("<drawing q:id=\"rId1\" xmlns:q=\"q\"/>"));
+    const auto again = load(path("out.xlsm"));
+    EXPECT_EQ(again->sheetName(0), "My data");
+    EXPECT_EQ(again->content({1, 0, 0}), "='My data'!A1+1");
+    EXPECT_TRUE(again->namedArea("far", 1).has_value());
+}
+
+TEST_F(Writer, ChangesCellsWhereTheyStand)
+{
+    struct Case {
+        const char* rows;
+        std::vector<std::pair<CellAddress, std::string>> put;
+        const char* want;
+    };
+    const Case cases[] = {
+        // Attributes and unknown elements stay; other cells keep every character.
+        {R"(<row r="2" ht="20" spans="1:2"><c r="A2" s="5" x='1' vm="1"><v>1</v><extLst><e/></extLst></c>)"
+         R"( <c  r="B2"><v>01.50</v></c></row>)",
+         {{{0, 1, 0}, "2.5"}},
+         R"(<row r="2" ht="20"><c r="A2" s="5" x='1'><v>2.5</v><extLst><e/></extLst></c>)"
+         R"( <c  r="B2"><v>01.50</v></c></row>)"},
+        // A number written again as it was, and a cell emptied.
+        {R"(<row r="1"><c r="A1"><v>0.10000000000000001</v></c><c r="B1" s="2" t="str"><v>x</v></c></row>)",
+         {{{0, 0, 0}, "0.1"}, {{0, 0, 1}, ""}},
+         R"(<row r="1"><c r="A1"><v>0.10000000000000001</v></c><c r="B1" s="2"/></row>)"},
+        // New cells before, between and after, new rows, an empty row.
+        {R"(<row r="2"><c r="B2"><v>1</v></c><c><v>2</v></c></row><row r="4" s="3" customFormat="1"/>)",
+         {{{0, 0, 2}, "9"}, {{0, 1, 0}, "TRUE"}, {{0, 1, 27}, "#N/A"}, {{0, 3, 0}, "a&b"}, {{0, 5, 0}, "7"}},
+         R"(<row r="1"><c r="C1"><v>9</v></c></row><row r="2"><c r="A2" t="b"><v>1</v></c><c r="B2"><v>1</v>)"
+         R"(</c><c><v>2</v></c><c r="AB2" t="e"><v>#N/A</v></c></row><row r="4" s="3" customFormat="1">)"
+         R"(<c r="A4" s="3" t="inlineStr"><is><t xml:space="preserve">a&amp;b</t></is></c></row>)"
+         R"(<row r="6"><c r="A6"><v>7</v></c></row>)"},
+        // The result of a formula, and formulas that come, go, and come back.
+        {R"(<row r="1"><c r="A1"><v>1</v></c><c r="B1" t="str"><f ca="1"> A1 *2</f><v>x</v></c>)"
+         R"(<c r="C1"><f>A1+A1</f><v>2</v></c><c r="D1"><f>A1</f></c></row>)",
+         {{{0, 0, 0}, "3"}, {{0, 0, 2}, "8"}, {{0, 0, 2}, "=A1+A1"}, {{0, 0, 3}, "4"}, {{0, 0, 4}, "=A1<2"}},
+         R"(<row r="1"><c r="A1"><v>3</v></c><c r="B1"><f ca="1"> A1 *2</f><v>6</v></c>)"
+         R"(<c r="C1"><f>A1+A1</f><v>6</v></c><c r="D1"><v>4</v></c>)"
+         R"(<c r="E1" t="b"><f>A1&lt;2</f><v>0</v></c></row>)"},
+        // A shared formula that loses its first cell leaves each follower its own text.
+        {R"(<row r="1"><c r="A1"><v>1</v></c><c r="B1"><f t="shared" ref="B1:B3" si="0">A1+1</f><v>2</v></c></row>)"
+         R"(<row r="2"><c r="B2"><f t="shared" si="0"/><v>1</v></c></row>)"
+         R"(<row r="3"><c r="B3" s="1"><f t="shared" si="0"/><v>1</v></c></row>)",
+         {{{0, 0, 1}, "5"}, {{0, 2, 1}, "6"}},
+         R"(<row r="1"><c r="A1"><v>1</v></c><c r="B1"><v>5</v></c></row>)"
+         R"(<row r="2"><c r="B2"><f>A2+1</f><v>1</v></c></row><row r="3"><c r="B3" s="1"><v>6</v></c></row>)"},
+        // The further cells of an array formula hold results only.
+        {R"(<row r="1"><c r="A1"><v>1</v></c><c r="B1"><f t="array" ref="B1:C1">A1*{1,2}</f><v>1</v></c>)"
+         R"(<c r="C1"><v>2</v></c></row>)",
+         {{{0, 0, 0}, "2"}},
+         R"(<row r="1"><c r="A1"><v>2</v></c><c r="B1"><f t="array" ref="B1:C1">A1*{1,2}</f><v>2</v></c>)"
+         R"(<c r="C1"><v>4</v></c></row>)"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.rows);
+        const auto book = loadParts(workbookParts(c.rows));
+        for (const auto& [cell, content] : c.put) book->setContent(cell, content);
+        book->calculateAll();
+        EXPECT_EQ(sheetAfter(*book), c.want);
+    }
+}
+
+TEST_F(Writer, WritesRepeatedRunsOverTheSourceItself)
+{
+    const auto book = loadParts(
+        workbookParts(R"(<row r="1"><c r="A1"><v>1</v></c><c r="B1"><f>A1*2</f><v>2</v></c></row>)"));
+    const Slot slot = book->slot({0, 0, 0});
+    for (const double x : {4.0, 5.0, 1.0}) {
+        book->write(slot, x);
+        book->calculate();
+        saveWorkbook(*book, path("in.xlsx"), path("in.xlsx"));
+        book->markSaved();
+        const auto again = load(path("in.xlsx"));
+        EXPECT_EQ(again->value({0, 0, 0}), Value(x));
+        EXPECT_EQ(again->value({0, 0, 1}), Value(2 * x));
+    }
+    EXPECT_THAT(filesLeft(), ElementsAre("in.xlsx"));
+}
+
+TEST_F(Writer, RefusesWhatItCannotSaveAndLeavesTheTargetAlone)
+{
+    const auto book = loadParts(
+        workbookParts(R"(<row r="2"><c r="A2"><v>1</v></c></row><row r="1"><c r="A1"><v>1</v></c></row>)"));
+    book->setValue({0, 0, 0}, 2.0);
+    std::ofstream(path("out.xlsx")) << "before";
+    EXPECT_THAT(failureOf(*book, path("in.xlsx"), path("out.xlsx")), HasSubstr("row 1 is not in order"));
+    EXPECT_EQ(bytesOf(path("out.xlsx")), "before");
+    EXPECT_THAT(failureOf(*book, path("in.xlsx"), path("no/out.xlsx")), HasSubstr("no such folder"));
+    const auto macros = loadParts(macroWorkbook(), "in.xlsm");
+    EXPECT_THAT(failureOf(*macros, path("in.xlsm"), path("out.xlsx")), HasSubstr("must end in .xlsm"));
+    EXPECT_THAT(failureOf(*macros, path("in.xlsx"), path("out.xlsx")),
+                HasSubstr("not the workbook any more"));
+    EXPECT_THAT(filesLeft(), ElementsAre("in.xlsm", "in.xlsx", "out.xlsx"));
+}
+
+/// A new book with a large sheet, as its CSV shows it in another program.
+TEST_F(Writer, NewBooksOpenInAnotherProgram)
+{
+    constexpr std::int32_t kRows = 3000, kCols = 40;
+    Book book;
+    const SheetIndex first = book.addSheet("First");
+    book.setContent({first, 0, 0}, "=SUM(Large!A1:AN3000)");
+    book.setValue({first, 0, 1}, "x;\"y\" <z>");
+    book.setContent({first, 1, 0}, "=total");
+    const SheetIndex large = book.addSheet("Large");
+    for (std::int32_t r = 0; r < kRows; ++r)
+        for (std::int32_t c = 0; c < kCols; ++c) book.setValue({large, r, c}, r + 0.25 * c);
+    book.defineName("total", std::nullopt, "First!$A$1");
+    book.calculateAll();
+    saveWorkbook(book, "", path("new.xlsx"));
+    const auto again = load(path("new.xlsx"));
+    const double sum = 40.0 * 2999.0 * 1500.0 + 3000.0 * 0.25 * 780.0;
+    EXPECT_EQ(again->value({0, 0, 0}), Value(sum));
+    EXPECT_EQ(again->value({1, kRows - 1, kCols - 1}), Value(2999 + 9.75));
+    EXPECT_EQ(again->content({0, 1, 0}), "=total");
+
+    if (std::system("command -v soffice > /dev/null 2>&1") != 0) GTEST_SKIP() << "soffice is not installed";
+    const std::string command = "soffice -env:UserInstallation=file://" + path("profile") +
+                                " --headless --convert-to csv --outdir " + path("csv") + " " +
+                                path("new.xlsx") + " > /dev/null 2>&1";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    EXPECT_EQ(bytesOf(path("csv/new.csv")), "180525000,\"x;\"\"y\"\" <z>\"\n180525000,\n");
+}
+
+} // namespace
+} // namespace varnex3::sheet::test
