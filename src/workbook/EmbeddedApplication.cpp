@@ -56,6 +56,7 @@ EmbeddedApplication::~EmbeddedApplication() = default;
 
 void EmbeddedApplication::Calculate()
 {
+    ++calculations_;
     for (const Ref<EmbeddedWorkbook>& workbook : workbooks_) workbook->calculate();
 }
 
