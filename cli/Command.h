@@ -1,6 +1,7 @@
 // cli/Command.h - the commands of the program, one per file, and their exit codes.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,25 @@ struct SimulateArguments {
     bool quiet = false;
 };
 
+struct SensitivityArguments {
+    std::string study;
+    int order = 0;      // 0: as the study says
+    std::string derivs; // "quick", "accurate"; empty: as the study says
+    std::string json;
+};
+
+struct AllocateArguments {
+    std::string study;
+    std::string response;             // id
+    std::optional<double> pnc, stdev; // one of them: what the response is to have
+    double disparity = 0.5;           // 0 to 1
+    bool cost = false;                // the drivers are costs
+    bool verify = false;              // by a simulation
+    int trials = 100000;              // of the simulation
+    int seed = 0;                     // 0: from the clock
+    std::string writeStudy, json;
+};
+
 struct CalcArguments {
     std::string workbook;
     std::vector<std::string> set; // CELL=VALUE
@@ -54,6 +74,8 @@ struct FunctionsArguments {
 int runCheck(const CheckArguments& arguments);
 int runOptimize(const OptimizeArguments& arguments);
 int runSimulate(const SimulateArguments& arguments);
+int runSensitivity(const SensitivityArguments& arguments);
+int runAllocate(const AllocateArguments& arguments);
 int runCalc(const CalcArguments& arguments);
 int runFunctions(const FunctionsArguments& arguments);
 

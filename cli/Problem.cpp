@@ -7,6 +7,7 @@
 
 #include "Distributions.h"
 #include "host/alg_m_XLinterface.h"
+#include "sensitivity/c_sa_Analysis.h"
 
 namespace varnex3::cli {
 namespace {
@@ -110,12 +111,32 @@ private:
                 throw Refused(entry.cell.place, fmt::format("the cell {} is that of the parameter \"{}\" too",
                                                             entry.cell.value, f_.Xs->Item(i)->id));
         x.stdev = entry.stdev.given() ? operand(entry.stdev) : Variant{0.0};
+        if (entry.tolerance.given()) setTolerance(x, entry.tolerance);
         for (double value : entry.values) x.AddFV(value);
         x.SortFV();
         if (x.numFVs() > 0) {
             x.SearchMin = x.FeasVals(1);
             x.SearchMax = x.FeasVals(x.numFVs());
         }
+    }
+
+    void setTolerance(c_Parameter& x, const StudyTolerance& entry)
+    {
+        const double halfWidth = numberOf(entry.halfWidth);
+        if (halfWidth < 0.0) throw Refused(entry.halfWidth.place, "a half width cannot be negative");
+        const double sigma = entry.uniform ? 0.0 : numberOf(entry.sigma);
+        if (!entry.uniform && !(sigma > 0.0)) throw Refused(entry.sigma.place, "sigma must be above 0");
+        const double mean = x.GetMean();
+        if (entry.percent && mean == 0.0)
+            throw Refused(entry.place, "a tolerance in percent of 0 is none; give it in workbook units");
+        x.stdev = c_sa_Analysis{}.EstimateStDev(halfWidth, sigma, entry.percent, entry.uniform, mean);
+        if (entry.uniform) x.DistType = "Uniform"; // for simulations
+    }
+
+    double numberOf(const NumberOrCell& entry)
+    {
+        if (const double* x = std::get_if<double>(&entry.value)) return *x;
+        return toDouble(numericCell(TextEntry{std::get<std::string>(entry.value), entry.place})->Value());
     }
 
     void addResponse(const StudyResponse& entry)
@@ -234,7 +255,11 @@ void validate(Problem& problem)
     const std::string key = place.key + "." + keyOf(cause);
     if (const auto line = study.lines.find(key); line != study.lines.end())
         place = {study.path, line->second, key};
-    throw Refused(place, cause);
+    const bool rangeMissing = source == c_Formulation::SOURCEX && study.parameters[index].values.empty() &&
+                              isActiveKind(study.parameters[index].type);
+    throw Refused(place, rangeMissing
+                             ? "to be searched, it needs \"range = [least, greatest]\" or \"values = [...]\""
+                             : cause);
 }
 
 } // namespace varnex3::cli

@@ -11,6 +11,7 @@
 
 #include "StudyDistributions.h"
 #include "StudySection.h"
+#include "StudyTolerance.h"
 
 namespace varnex3::cli {
 namespace {
@@ -25,6 +26,7 @@ StudyParameter readParameter(Section section)
     requireOneOf(section, "type", p.type, {"Continuous", "Integer", "Discrete", "Noise", "Constant"});
     p.stdev = section.numberOrCell("stdev");
     p.distribution = readDistribution(section, p.type);
+    readTolerance(section, p);
 
     const bool hasRange = section.find("range") != nullptr;
     const bool hasValues = section.find("values") != nullptr;
@@ -33,7 +35,7 @@ StudyParameter readParameter(Section section)
             throw Refused(
                 section.placeOf(hasRange ? "range" : "values"),
                 fmt::format("a \"{}\" parameter is not searched and takes no range or values", p.type));
-    } else if (hasRange == hasValues) {
+    } else if (hasRange == hasValues && (hasRange || !isOnlyAnalysed(p))) {
         if (!hasRange) section.refuseMisspelt("range");
         if (!hasRange) section.refuseMisspelt("values");
         throw Refused(p.place, hasRange ? "give either \"range\" or \"values\", not both"
@@ -45,7 +47,7 @@ StudyParameter readParameter(Section section)
         p.valuesPlace = section.placeOf("range");
         if (p.values.size() != 2 || !(p.values[0] < p.values[1]))
             throw Refused(p.valuesPlace, "a range is [least, greatest], the least below the greatest");
-    } else {
+    } else if (hasValues) {
         p.values = section.numbers("values");
         p.valuesPlace = section.placeOf("values");
     }

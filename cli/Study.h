@@ -71,6 +71,17 @@ struct StudyMonteCarlo {
     Place sampleSizePlace;
 };
 
+/// A tolerance, from which the standard deviation follows.
+struct StudyTolerance {
+    Place place;
+    NumberOrCell halfWidth; // not given: the parameter has no tolerance
+    NumberOrCell sigma;     // half width / standard deviation of a normal one
+    bool percent = false;   // the half width is in percent of the value, otherwise in workbook units
+    bool uniform = false;
+
+    bool given() const { return halfWidth.given(); }
+};
+
 struct StudyParameter {
     Place place; // of the whole entry
     std::string id, name, type;
@@ -79,6 +90,9 @@ struct StudyParameter {
     Place valuesPlace;
     NumberOrCell stdev;
     std::vector<StudyComponent> distribution; // of a "Noise" parameter; of a searched one its family only
+    StudyTolerance tolerance;
+    bool keep = false;   // an allocation leaves its spread alone
+    double driver = 1.0; // of an allocation: 0 or more
 };
 
 struct StudyResponse {

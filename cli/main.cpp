@@ -72,6 +72,48 @@ CLI::App* addSimulate(CLI::App& app, SimulateArguments& arguments)
     return command;
 }
 
+CLI::App* addSensitivity(CLI::App& app, SensitivityArguments& arguments)
+{
+    CLI::App* command = app.add_subcommand(
+        "sensitivity", "Predict from derivatives what the spreads of the inputs do to every response");
+    command->add_option("STUDY", arguments.study, "the study file")->required();
+    command->add_option("--order", arguments.order, "1 without, 2 with the shift of the means")
+        ->check(CLI::IsMember({1, 2}));
+    command->add_option("--derivs", arguments.derivs, "quick or accurate, instead of the study's Derivs")
+        ->check(CLI::IsMember({"quick", "accurate"}));
+    command->add_option("--json", arguments.json,
+                        "write all results as JSON to this file, - for standard output");
+    return command;
+}
+
+CLI::App* addAllocate(CLI::App& app, AllocateArguments& arguments)
+{
+    CLI::App* command =
+        app.add_subcommand("allocate", "Divide the spread that a response may have among its inputs");
+    command->add_option("STUDY", arguments.study, "the study file")->required();
+    command->add_option("--response", arguments.response, "the id of the response")->required();
+    CLI::Option_group* goal = command->add_option_group("Goal", "what the response is to have");
+    goal->add_option("--pnc", arguments.pnc, "this probability of falling outside its limits")
+        ->check(CLI::Range(0.0, 1.0));
+    goal->add_option("--stdev", arguments.stdev, "this standard deviation")->check(CLI::NonNegativeNumber);
+    goal->require_option(1);
+    command->add_option("--disparity", arguments.disparity, "how much the drivers count, 0 to 1")
+        ->check(CLI::Range(0.0, 1.0))
+        ->capture_default_str();
+    command->add_flag("--cost", arguments.cost, "the drivers are costs: a dear input gets more, not less");
+    command->add_flag("--verify", arguments.verify, "simulate the allocated design");
+    command->add_option("--trials", arguments.trials, "trials of the simulation")
+        ->check(CLI::Range(50, 100000000))
+        ->capture_default_str();
+    command->add_option("--seed", arguments.seed, "the seed of the simulation")
+        ->check(CLI::Range(1, 2147483647));
+    command->add_option("--write-study", arguments.writeStudy,
+                        "write the study with the allocated spreads to this file");
+    command->add_option("--json", arguments.json,
+                        "write all results as JSON to this file, - for standard output");
+    return command;
+}
+
 CLI::App* addCalc(CLI::App& app, CalcArguments& arguments)
 {
     CLI::App* command = app.add_subcommand("calc", "Set cells of a workbook, recalculate, show cells");
@@ -103,11 +145,15 @@ int run(int argc, char** argv)
     CheckArguments check;
     OptimizeArguments optimize;
     SimulateArguments simulate;
+    SensitivityArguments sensitivity;
+    AllocateArguments allocate;
     CalcArguments calc;
     FunctionsArguments functions;
     const CLI::App* checkCommand = addCheck(app, check);
     const CLI::App* optimizeCommand = addOptimize(app, optimize);
     const CLI::App* simulateCommand = addSimulate(app, simulate);
+    const CLI::App* sensitivityCommand = addSensitivity(app, sensitivity);
+    const CLI::App* allocateCommand = addAllocate(app, allocate);
     const CLI::App* calcCommand = addCalc(app, calc);
     addFunctions(app, functions);
     try {
@@ -118,6 +164,8 @@ int run(int argc, char** argv)
     if (checkCommand->parsed()) return runCheck(check);
     if (optimizeCommand->parsed()) return runOptimize(optimize);
     if (simulateCommand->parsed()) return runSimulate(simulate);
+    if (sensitivityCommand->parsed()) return runSensitivity(sensitivity);
+    if (allocateCommand->parsed()) return runAllocate(allocate);
     if (calcCommand->parsed()) return runCalc(calc);
     return runFunctions(functions);
 }

@@ -225,8 +225,41 @@ def robust_spring():
     return book
 
 
+def bearing_clearance():
+    """Chase, in Drake (ed.), Dimensioning and Tolerancing Handbook (1999); after Fortini."""
+    book = new_book()
+    p = Page(book, "Stack", "Shaft in two bearings: end clearance")
+    p.section("Dimensions")
+    p.row("A: retaining ring", 0.0505, "in", "bought, +-0.0015", "ring", True)
+    p.row("B: shaft between the grooves", 8.000, "in", "+-0.008", "shaft", True)
+    p.row("C: bearing, left", 0.5093, "in", "bought, +-0.0025", "bearing_l", True)
+    p.row("D: sleeve, left", 0.400, "in", "+-0.002", "sleeve_l", True)
+    p.row("E: housing", 7.711, "in", "+-0.006", "housing", True)
+    p.row("F: sleeve, right", 0.400, "in", "+-0.002", "sleeve_r", True)
+    p.row("G: bearing, right", 0.5093, "in", "bought, +-0.0025", "bearing_r", True)
+    p.section("Result")
+    p.row("End clearance", "=-ring+shaft-bearing_l+sleeve_l-housing+sleeve_r-bearing_r", "in", "0.020 +-0.015",
+          "clearance")
+    return book
+
+
+def one_way_clutch():
+    """Glancy and Chase, A second-order method for assembly tolerance analysis, ASME DETC99/DAC-8707 (1999)."""
+    book = new_book()
+    p = Page(book, "Clutch", "One-way clutch: contact angle of the rollers")
+    p.section("Dimensions")
+    p.row("Hub height", 27.645, "mm", "+-0.05", "hub", True)
+    p.row("Roller radius", 11.43, "mm", "+-0.01", "roller", True)
+    p.row("Ring radius", 50.8, "mm", "+-0.0125", "ring", True)
+    p.section("Result")
+    p.row("Contact angle", "=DEGREES(ACOS((hub+roller)/(ring-roller)))", "deg", "", "angle")
+    p.row("Distance of the angle from 7 degrees, squared", "=(angle-7)^2", "deg2", "its mean is all shift", "miss")
+    return book
+
+
 EXAMPLES = {"welded_beam": welded_beam, "pressure_vessel": pressure_vessel, "speed_reducer": speed_reducer,
-            "stackup": stackup, "voltage_divider": voltage_divider, "robust_spring": robust_spring}
+            "stackup": stackup, "voltage_divider": voltage_divider, "robust_spring": robust_spring,
+            "bearing_clearance": bearing_clearance, "one_way_clutch": one_way_clutch}
 
 
 def main(names):

@@ -57,6 +57,7 @@ EmbeddedApplication::~EmbeddedApplication() = default;
 
 void EmbeddedApplication::Calculate()
 {
+    ++calculations_;
     for (const Ref<EmbeddedWorkbook>& workbook : workbooks_) workbook->calculate();
 }
 

@@ -72,6 +72,9 @@ public:
     /// The engine's book behind a workbook of this host; raises 5 for a workbook of another.
     sheet::Book& book(host::Workbook& workbook);
 
+    /// Calls of Calculate so far: the work that an analysis has spent.
+    long long calculations() const { return calculations_; }
+
     // What was last put; hosts offer no way to read these back.
     const Variant& statusBar() const;
     bool enableEvents() const;
@@ -99,6 +102,7 @@ private:
     bool screenUpdating_ = true;
     bool enableEvents_ = true;
     bool displayAlerts_ = true;
+    long long calculations_ = 0;
     int added_ = 0; // workbooks made by Add so far
 };
 
