@@ -127,6 +127,12 @@ StudyOptions readOptions(Section section)
         o.OptTrials = asText ? *asText : std::to_string(section.wholeNumber("OptTrials", 0));
     }
     o.dbg = section.text("dbg", "");
+    requireOneOf(section, "StopRule", o.StopRule, {"Stop after no change", "Stop after fixed #"});
+    requireOneOf(section, "Derivs", o.Derivs, {"Quick", "Accurate"});
+    requireOneOf(section, "Stats", o.Stats,
+                 {"No Statistics", "1st Order Sensitivity Analysis", "2nd Order Sensitivity Analysis",
+                  "Monte Carlo Analysis"});
+    requireOneOf(section, "StoreYs", o.StoreYs, {"Yes", "No"});
     for (const char* key : {"beforeMacro", "afterMacro"})
         if (section.find(key))
             throw Refused(section.placeOf(key),

@@ -108,8 +108,11 @@ public:
     /// cancelled run is the last.
     Result run()
     {
-        std::vector<double> start;
-        for (Long i : oneTo(f_.CountX())) start.push_back(f_.Xs->Item(i)->GetMean());
+        std::vector<double> start; // of the cells: the mean of noise is that of its distribution
+        for (Long i : oneTo(f_.CountX())) {
+            const Variant value = f_.Xs->Item(i)->mean->Value();
+            start.push_back(isNumeric(value) ? toDouble(value) : 0.0);
+        }
         Result best;
         std::vector<RunSummary> summaries;
         double seconds = 0.0;
@@ -449,6 +452,14 @@ std::string csv(const Problem& problem, const Reports& reports)
     return text;
 }
 
+void requireSearch(const Problem& problem)
+{
+    for (const StudyParameter& p : problem.study.parameters)
+        if (isActiveKind(p.type)) return;
+    throw Refused(problem.study.parameters.front().place,
+                  "no parameter is searched: at least one must be Continuous, Integer or Discrete");
+}
+
 OnCancel onCancel(const std::string& word)
 {
     return word == "keep" ? OnCancel::Keep : word == "restore" ? OnCancel::Restore : OnCancel::Ask;
@@ -465,6 +476,7 @@ int runOptimize(const OptimizeArguments& arguments)
     Problem problem = loadProblem(arguments.study);
     if (arguments.maxGens > 0) problem.formulation->Options->MaxGens = arguments.maxGens;
     validate(problem);
+    requireSearch(problem);
 
     Optimization optimization(problem, arguments);
     Result result;

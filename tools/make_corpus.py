@@ -156,7 +156,7 @@ FAMILIES = {
         "TDIST(1.5,5,2)", "TDIST(-1.5,5,2)", "TDIST(1.5,5,3)", "T.DIST.2T(1.5,5)", "T.DIST.RT(-1.5,5)", "FDIST(1.5,4,6)",
         "F.DIST.RT(1.5,4,6)", "FDIST(-1,4,6)", "BETADIST(0.4,2,3)", "BETADIST(2,2,3,1,5)", "LOGNORMDIST(2,1,2)",
         "NORM.S.DIST(1.3,TRUE)", "NORM.S.DIST(1.3,FALSE)", "NORMSDIST(-38)", "NORMSINV(1E-300)", "GAMMADIST(1000,900,1,TRUE)",
-        "BINOMDIST(500,1000,0.5,TRUE)", "POISSON(1000,1000,TRUE)", "TINV(0.05,1000000)", "ERF(0,1)", "ERF(1,-1)", "ERFC(30)"],
+        "BINOMDIST(500,1000,0.5,TRUE)", "POISSON(1000,1000,TRUE)", "TINV(0.05,1000000)", "ERF(0,1)", "GAMMA.DIST(0,1,2,FALSE)", "GAMMA.DIST(0,3,2,FALSE)", "BETA.INV(1,2,3)", "ERF(1,-1)", "ERFC(30)"],
     "logic": [
         "IF(@A1>2,1,2)", "IF(@B2,1,2)", 'IF("x",1,2)', 'IF("TRUE",1,2)', "IF(@C1,1,2)", "IF(TRUE,@B2)", "IF(FALSE,1)",
         "IF(TRUE,,2)", "IF(1,@C1,2)", "IF(0,@C1,2)", "AND(@B1:B10)", "AND(@A1:A2)", "AND(@B3)", "AND(@B2)", "AND(TRUE,@B2)",
@@ -337,7 +337,8 @@ def main():
         arguments = arguments[2:]
     with tempfile.TemporaryDirectory() as folder:
         paths = [str(write(name, families[name], folder)) for name in arguments or families]
-        paths.append(str(study_cells(folder)))
+        if not arguments:
+            paths.append(str(study_cells(folder)))
         subprocess.run(["soffice", f"-env:UserInstallation=file://{folder}/profile", "--headless", "--convert-to",
                         "xlsx:Calc MS Excel 2007 XML", "--outdir", str(TARGET), *paths], check=True)
 
