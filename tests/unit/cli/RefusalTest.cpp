@@ -141,8 +141,8 @@ TEST(Refusal, NamesFileLineAndKeyOfTheOneThingWrong)
         expectRefused(folder.run({"optimize", "s.toml", "--json", "out.json", "--csv", "out.csv"}), start,
                       wrong.words);
         EXPECT_THAT(folder.files(), testing::ElementsAre("design.xlsx", "s.toml"));
-        if (std::string(wrong.words) != "no parameter is searched")
-            EXPECT_EQ(folder.run({"check", "s.toml"}).code, 2);
+        const bool searchOnly = std::string(wrong.words) == "no parameter is searched";
+        EXPECT_EQ(folder.run({"check", "s.toml"}).code, searchOnly ? 0 : 2);
     }
 }
 
