@@ -220,8 +220,7 @@ public:
     }
     ~Target()
     {
-        parts_.clear();
-        zip_.reset();
+        zip_.reset(); // before the parts that it knows of
         std::error_code code;
         fs::remove(temporary_, code);
     }

@@ -1,7 +1,9 @@
 // tests/unit/workbook/EmbeddedApplicationTest.cpp - the embedded host as the analysis library sees it.
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <cmath>
+#include <filesystem>
 #include <limits>
 
 #include "workbook/Convert.h"
@@ -296,6 +298,41 @@ TEST(Convert, FailuresKeepTheHostsNumbers)
     EXPECT_EQ(failureOf({1}), Failure::Value);
     const Variant array = toVariant(sheet::Value::array(1, 2, {1.0, "b"}));
     EXPECT_EQ((*std::get<VariantArray2>(array.held()))(1, 2), Variant("b"));
+}
+
+TEST_F(Embedded, SavesCopiesAndOverItsOwnFile)
+{
+    namespace fs = std::filesystem;
+    const fs::path folder = fs::path(testing::TempDir()) / "corvane_save";
+    fs::remove_all(folder);
+    fs::create_directories(folder);
+    const std::string own = (folder / "own.xlsx").string(), copy = (folder / "copy.xlsx").string();
+    fs::copy_file(kBeam, own);
+    const Ref<host::Workbook> beam = application->open(own);
+    beam->AddWorksheet()->Name("Report");
+    put("Report!B2", Variant(7.0));
+    put("Report!B3", Variant(std::string("=B2*2")));
+    application->save(*beam, copy);
+    application->save(*beam, own);
+    put("Report!B2", Variant(8.0));
+    application->save(*beam, own);
+
+    for (const auto& [path, value] : {std::pair(copy, 14.0), std::pair(own, 16.0)}) {
+        const auto other = std::make_shared<EmbeddedApplication>();
+        const Ref<host::Workbook> again = other->open(path);
+        EXPECT_EQ(again->SheetCount(), beam->SheetCount());
+        EXPECT_EQ(other->book(*again).value({again->SheetCount() - 1, 2, 1}),
+                  sheet::Value(value)); // as stored
+    }
+    EXPECT_THAT(errorOf([&] { application->save(*beam, (folder / "beam.txt").string()); }),
+                AllOf(StartsWith("1004: "), HasSubstr("must end in .xlsx")));
+    fs::last_write_time(own, fs::last_write_time(own) + std::chrono::seconds(5));
+    EXPECT_THAT(errorOf([&] { application->save(*beam, copy); }),
+                AllOf(StartsWith("1004: "), HasSubstr("has changed since it was opened")));
+    const Ref<host::Workbook> made = application->Workbooks()->Add();
+    application->save(*made, (folder / "made.xlsx").string());
+    EXPECT_TRUE(fs::exists(folder / "made.xlsx"));
+    fs::remove_all(folder);
 }
 
 } // namespace

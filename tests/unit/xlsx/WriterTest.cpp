@@ -277,9 +277,22 @@ TEST_F(Writer, WritesRepeatedRunsOverTheSourceItself)
 
 TEST_F(Writer, RefusesWhatItCannotSaveAndLeavesTheTargetAlone)
 {
-    const auto book = loadParts(
-        workbookParts(R"(<row r="2"><c r="A2"><v>1</v></c></row><row r="1"><c r="A1"><v>1</v></c></row>)"));
+    const std::string relation = "<Relationship Id=\"rId";
+    const auto book = loadParts(workbookParts(
+        "<row r=\"1\"><c r=\"A1\"><v>1</v></c></row>",
+        {{"xl/workbook.xml", "<workbook xmlns=\"" + kMain + "\" xmlns:r=\"" + kTypes +
+                                 R"("><sheets><sheet name="Sound" sheetId="1" r:id="rId1"/>)"
+                                 R"(<sheet name="Odd" sheetId="2" r:id="rId2"/></sheets></workbook>)"},
+         {"xl/_rels/workbook.xml.rels",
+          R"(<Relationships xmlns="http://schemas.openxmlformats.org/package/2006/relationships">)" +
+              relation + "1\" Type=\"" + kTypes + "/worksheet\" Target=\"worksheets/sheet1.xml\"/>" +
+              relation + "2\" Type=\"" + kTypes +
+              "/worksheet\" Target=\"worksheets/sheet2.xml\"/></Relationships>"},
+         {"xl/worksheets/sheet2.xml",
+          "<worksheet xmlns=\"" + kMain +
+              "\"><sheetData><row r=\"2\"/><row r=\"1\"/></sheetData></worksheet>"}}));
     book->setValue({0, 0, 0}, 2.0);
+    book->setValue({1, 0, 0}, 2.0);
     std::ofstream(path("out.xlsx")) << "before";
     EXPECT_THAT(failureOf(*book, path("in.xlsx"), path("out.xlsx")), HasSubstr("row 1 is not in order"));
     EXPECT_EQ(bytesOf(path("out.xlsx")), "before");
