@@ -105,6 +105,29 @@ TEST_F(Simulate, OneSeedGivesTheSameBitsAnotherDoesNot)
     EXPECT_NE(trials("5", "random"), first);
 }
 
+TEST_F(Simulate, SavesACopyWithResultsAndTrials)
+{
+    const std::string before = folder.read("stackup.xlsx");
+    ASSERT_EQ(folder
+                  .run({"simulate", "stackup.toml", "--trials", "300", "-q", "--csv", "t.csv", "--json",
+                        "out.json", "--save", "out.xlsx"})
+                  .code,
+              0);
+    EXPECT_EQ(folder.read("stackup.xlsx"), before);
+    ASSERT_EQ(folder
+                  .run({"calc", "out.xlsx", "--get", "'MC Data1'!A1:H301", "--get", "'MC Results'!C2",
+                        "--get", "housing", "--json", "cells.json"})
+                  .code,
+              0);
+    const json cells = document("cells.json"), y = document("out.json")["responses"][0];
+    const std::string text = cells.dump();
+    EXPECT_THAT(text, HasSubstr("\"Gear hub\",\"Gap\""));
+    EXPECT_THAT(text, HasSubstr("[300.0,"));
+    EXPECT_THAT(text, HasSubstr(y["yStats"][0].dump()));
+    EXPECT_THAT(text, HasSubstr("80.0")); // the housing as it was
+    EXPECT_EQ(folder.run({"check", "out.xlsx"}).code, 0);
+}
+
 TEST_F(Simulate, ContradictingCorrelationsShowGivenAndApplied)
 {
     folder.write("s.toml", changed("bearing_left = { bearing_right = 0.5 }",
