@@ -131,7 +131,8 @@ bool runTrials(Problem& problem, Simulation& simulation, const SimulateArguments
 /// The figures of every response in a sheet, one row each, then what drives them.
 void fillResults(Problem& problem, const c_MonteCarlo& run)
 {
-    host::Worksheet& sheet = *problem.workbook->Worksheets("MC Results");
+    const Ref<host::Worksheet> results = problem.workbook->Worksheets("MC Results");
+    host::Worksheet& sheet = *results;
     Long row = 0;
     const auto write = [&](std::initializer_list<Variant> cells) {
         ++row;
