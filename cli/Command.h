@@ -36,6 +36,7 @@ struct SimulateArguments {
     int seed = 0;
     std::string sampling; // empty: as the study says
     std::string json, csv;
+    std::string save; // a workbook to write, with all trials
     bool quiet = false;
 };
 

@@ -68,7 +68,10 @@ CLI::App* addSimulate(CLI::App& app, SimulateArguments& arguments)
     command->add_flag("--quiet,-q", arguments.quiet, "no progress");
     command->add_option("--json", arguments.json,
                         "write all results as JSON to this file, - for standard output");
-    command->add_option("--csv", arguments.csv, "write every trial as CSV to this file");
+    command->add_option("--csv", arguments.csv,
+                        "write every trial as CSV to this file, - for standard output");
+    command->add_option("--save", arguments.save,
+                        "write a copy of the workbook with the results and every trial to this file");
     return command;
 }
 

@@ -2,6 +2,7 @@
 //
 // The report is Simulation.h's.
 #include <chrono>
+#include <initializer_list>
 #include <optional>
 #include <string>
 
@@ -127,10 +128,56 @@ bool runTrials(Problem& problem, Simulation& simulation, const SimulateArguments
     return done || simulation.cancelled;
 }
 
+/// The figures of every response in a sheet, one row each, then what drives them.
+void fillResults(Problem& problem, const c_MonteCarlo& run)
+{
+    const Ref<host::Worksheet> results = problem.workbook->Worksheets("MC Results");
+    host::Worksheet& sheet = *results;
+    Long row = 0;
+    const auto write = [&](std::initializer_list<Variant> cells) {
+        ++row;
+        Long column = 0;
+        for (const Variant& cell : cells) sheet.Cells(row, ++column, cell);
+    };
+    write({"Response", "Trials", "Mean", "StDev", "Skewness", "Kurtosis", "Minimum", "Maximum", "Below LSL",
+           "Above USL", "minPNC", "pnc", "maxPNC"});
+    for (Long j : oneTo(run.CountY())) {
+        const auto stat = [&](Long k) {
+            return run.statsDiffer(j, k) ? run.accurateStats(j, k) : run.yStats(j, k);
+        };
+        write({run.Ys(j)->Name, static_cast<double>(run.LastTrial()), stat(1), stat(2), stat(3), stat(4),
+               run.yMin(j), run.yMax(j), run.ySums(j, 5), run.ySums(j, 6), run.yStats(j, 5), run.yStats(j, 6),
+               run.yStats(j, 7)});
+    }
+    ++row;
+    write({"Response", "Input", "VarContribs", "RankCorrelations"});
+    for (Long j : oneTo(run.CountY()))
+        for (Long i : oneTo(run.CountX()))
+            write({run.Ys(j)->Name, run.Xs(i)->Name, run.VarContribs(i, j), run.RankCorrelations(i, j)});
+}
+
+/// Writes the workbook with the sheets "MC Results" and "MC Data1" and so on. False when the user cancelled.
+bool saveResults(Problem& problem, c_MonteCarlo& run, const SimulateArguments& arguments)
+{
+    {
+        Terminal terminal({arguments.quiet, OnCancel::Keep});
+        std::string name = problem.workbook->Name();
+        run.ExtractData(name);
+        if (terminal.cancelled()) return false;
+        if (terminal.errorReport()) throw Refused(arguments.save + ": " + *terminal.errorReport());
+    }
+    fillResults(problem, run);
+    problem.application->save(*problem.workbook, arguments.save);
+    return true;
+}
+
 } // namespace
 
 int runSimulate(const SimulateArguments& arguments)
 {
+    if (arguments.json == "-" && arguments.csv == "-")
+        throw Refused("--json - and --csv -: standard output takes one of them");
+    for (const std::string& path : {arguments.json, arguments.csv, arguments.save}) requireWritable(path);
     Problem problem = loadProblem(arguments.study);
     takeArguments(arguments, problem.study);
     warnOfBatches(problem.study);
@@ -149,9 +196,13 @@ int runSimulate(const SimulateArguments& arguments)
         return exitCode::Cancelled;
     }
     run.SortYs();
-    if (arguments.json != "-") fmt::print("{}", report(problem, simulation));
+    if (arguments.json != "-" && arguments.csv != "-") fmt::print("{}", report(problem, simulation));
     if (!arguments.json.empty()) writeJson(arguments.json, document(problem, simulation));
     if (!arguments.csv.empty()) writeFile(arguments.csv, trialsAsCsv(problem, simulation));
+    if (!arguments.save.empty() && !saveResults(problem, run, arguments)) {
+        fmt::print(stderr, "corvane: cancelled; {} was not written.\n", arguments.save);
+        return exitCode::Cancelled;
+    }
     return simulation.cancelled ? exitCode::Cancelled : exitCode::Done;
 }
 
