@@ -58,17 +58,20 @@ void warnOfDisagreement(const Problem& problem, Moments& moments, const Derivati
             variance += t * t;
         }
         const double allowed = kDisagreement * std::sqrt(variance);
+        std::string inputs;
         for (Long i : oneTo(f.CountX())) {
             const double s = moments.stdevs[static_cast<std::size_t>(i - 1)];
             const double spread = std::fabs(accurate.first(j, i) - quick.first(j, i)) * s;
             const double shift = std::fabs(accurate.second(j, i) - quick.second(j, i)) * 0.5 * s * s;
             if (spread <= allowed && shift <= allowed) continue;
-            moments.warnings.push_back(
-                "The accurate derivatives of " + f.Ys->Item(j)->Name + " with respect to " +
-                f.Xs->Item(i)->Name +
-                " differ from the quick ones: their first step, a fifth of the input's value, reaches where "
-                "the response has a kink or no value, or the quick ones round. Compare with \"Quick\".");
+            inputs += (inputs.empty() ? "" : ", ") + f.Xs->Item(i)->Name;
         }
+        if (inputs.empty()) continue;
+        moments.warnings.push_back(
+            "The accurate derivatives of " + f.Ys->Item(j)->Name + " with respect to " + inputs +
+            " differ from the quick ones. Their first step, a fifth of the input's value, may reach a kink "
+            "or "
+            "where there is no value; or the quick ones round. Compare with \"Quick\".");
     }
 }
 
@@ -124,6 +127,10 @@ Moments differentiate(Problem& problem, Long order)
     const auto begin = std::chrono::steady_clock::now();
     const bool quick = moments.derivs == "Quick";
     const Derivatives found = derivatives(problem, order, quick);
+    if (!problem.study.correlations.empty())
+        moments.warnings.push_back(
+            "The study's correlations are left out: the prediction takes the inputs as "
+            "independent.");
     if (quick)
         warnOfSmallSteps(problem, moments);
     else

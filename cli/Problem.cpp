@@ -113,11 +113,20 @@ private:
         x.stdev = entry.stdev.given() ? operand(entry.stdev) : Variant{0.0};
         if (entry.tolerance.given()) setTolerance(x, entry.tolerance);
         for (double value : entry.values) x.AddFV(value);
+        if (entry.values.empty() && isActiveKind(entry.type)) addSpreadAsRange(x);
         x.SortFV();
         if (x.numFVs() > 0) {
             x.SearchMin = x.FeasVals(1);
             x.SearchMax = x.FeasVals(x.numFVs());
         }
+    }
+
+    /// A parameter that is analysed, not searched: the library's checks want a range all the same.
+    void addSpreadAsRange(c_Parameter& x)
+    {
+        const double mean = x.GetMean(), s = toDouble(alg_m_XLinterface::valueOf(x.stdev));
+        x.AddFV(mean - 6.0 * s);
+        if (s > 0.0) x.AddFV(mean + 6.0 * s);
     }
 
     void setTolerance(c_Parameter& x, const StudyTolerance& entry)
@@ -240,6 +249,10 @@ Problem loadProblem(const std::string& studyPath)
 
 void validate(Problem& problem)
 {
+    for (const StudyParameter& p : problem.study.parameters)
+        if (p.values.empty() && isActiveKind(p.type))
+            throw Refused(p.place,
+                          "to be searched, it needs \"range = [least, greatest]\" or \"values = [...]\"");
     std::string source, cause;
     Long item = 0;
     if (problem.formulation->formulationOK(source, item, cause)) return;
@@ -255,11 +268,7 @@ void validate(Problem& problem)
     const std::string key = place.key + "." + keyOf(cause);
     if (const auto line = study.lines.find(key); line != study.lines.end())
         place = {study.path, line->second, key};
-    const bool rangeMissing = source == c_Formulation::SOURCEX && study.parameters[index].values.empty() &&
-                              isActiveKind(study.parameters[index].type);
-    throw Refused(place, rangeMissing
-                             ? "to be searched, it needs \"range = [least, greatest]\" or \"values = [...]\""
-                             : cause);
+    throw Refused(place, cause);
 }
 
 } // namespace varnex3::cli

@@ -85,7 +85,9 @@ void readRequirement(Section& section, Item& item)
 
 void requireGiven(const NumberOrCell& entry, Section& section, const char* key)
 {
-    if (!entry.given()) throw Refused(section.place(), fmt::format("the key \"{}\" is missing", key));
+    if (entry.given()) return;
+    section.refuseMisspelt(key);
+    throw Refused(section.place(), fmt::format("the key \"{}\" is missing", key));
 }
 
 StudyConstraint readConstraint(Section section)

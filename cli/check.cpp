@@ -9,6 +9,7 @@
 
 #include "Command.h"
 #include "Distributions.h"
+#include "Moments.h"
 #include "Output.h"
 #include "Problem.h"
 #include "sheet/formula/Parser.h"
@@ -73,7 +74,11 @@ int runCheck(const CheckArguments& arguments)
     Ref<host::Workbook> workbook;
     if (endsWith(arguments.file, ".toml")) {
         problem = std::make_unique<Problem>(loadProblem(arguments.file));
-        validate(*problem);
+        const bool searched = !problem->study.constraints.empty() || !problem->study.goals.empty();
+        if (searched) // otherwise a study of spreads, without anything to search for
+            validate(*problem);
+        else
+            requireAnalysable(*problem);
         application = problem->application;
         workbook = problem->workbook;
     } else {

@@ -88,6 +88,7 @@ struct Requirement {
 struct Result {
     bool completed = false, cancelled = false, keptBest = false;
     double seconds = 0.0;
+    long long recalculations = 0;
     RunSummary summary;              // of the best run
     std::vector<RunSummary> runs;    // all of them
     std::vector<double> start, best; // parameter values
@@ -159,7 +160,9 @@ private:
         configure(monteCarlo);
 
         const auto begin = std::chrono::steady_clock::now();
+        const long long before = problem_.application->calculations();
         const bool ended = optimization.Optimize(f_, monteCarlo);
+        result.recalculations = problem_.application->calculations() - before;
         result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
         setSeedSource({});
         result.summary = optimization.LastRun();
@@ -385,6 +388,7 @@ nlohmann::json document(const Problem& problem, const Result& result, const Repo
         {"seed", result.summary.seed},
         {"genCount", result.summary.genCount},
         {"evaluations", result.summary.evaluations},
+        {"recalculations", result.recalculations},
         {"seconds", result.seconds},
         {"scores", numbers(result.scores)}};
     for (const RunSummary& run : result.runs)
