@@ -100,7 +100,9 @@ int runCheck(const CheckArguments& arguments)
                         arguments.file, problem->formulation->CountX(), problem->formulation->CountY(),
                         problem->formulation->CountC(), problem->formulation->CountG());
     report.text +=
-        fmt::format("{} of {} stored results agree with the recalculated ones\n", agree, found.compared);
+        found.compared > 0
+            ? fmt::format("{} of {} stored results agree with the recalculated ones\n", agree, found.compared)
+            : std::string("No results are stored in the file to compare with\n");
     report.json = {{"file", arguments.file},
                    {"cells", found.cells},
                    {"formulas", found.formulas},
