@@ -19,6 +19,7 @@ namespace {
 
 constexpr double kPerMillion = 1E6;
 constexpr int kBarWidth = 25;
+constexpr double kNoShift = 1E-6; // of the response's standard deviation
 
 using Sizes = std::vector<double>; // by parameter
 
@@ -105,14 +106,14 @@ std::string varianceTable(const Analysed& a, Long j)
     return table.text();
 }
 
-/// Empty when no input shifts the mean.
+/// Empty when the inputs shift the mean by no more than rounding does.
 std::string meanShiftTable(const Analysed& a, Long j)
 {
     using A = Table::Align;
     const Sizes shifts = a.contributions(j, false);
     double total = 0.0;
     for (double shift : shifts) total += std::fabs(shift);
-    if (total == 0.0) return {};
+    if (total <= kNoShift * a.of(j).responseStDev) return {};
     Table table({A::Left, A::Right, A::Left});
     table.row({"Input", "Mean shift", ""});
     for (Long i : ranking(shifts)) {
