@@ -142,6 +142,21 @@ void configureMonteCarlo(c_MonteCarlo& monteCarlo, Problem& problem)
     if (monteCarlo.useCorrelations) monteCarlo.AddCorrelations(correlationList(study));
 }
 
+void validateInputs(Problem& problem)
+{
+    c_MonteCarlo run;
+    run.LoadFormulation(problem.formulation);
+    std::string source, cause;
+    Long item = 0;
+    if (run.InputsOK(source, item, cause)) return;
+    const Study& study = problem.study;
+    const auto index = static_cast<std::size_t>(item > 0 ? item - 1 : 0);
+    Place place{study.path, 0, ""};
+    if (source == c_MonteCarlo::SOURCEX) place = study.parameters[index].place;
+    if (source == c_MonteCarlo::SOURCEY) place = study.responses[index].place;
+    throw Refused(place, cause);
+}
+
 std::vector<std::string> momentWarnings(Problem& problem)
 {
     std::vector<std::string> warnings;

@@ -19,6 +19,10 @@ void configureMonteCarlo(c_MonteCarlo& monteCarlo, Problem& problem);
 /// The study's correlations as the library's list: ids, then the coefficient as text.
 Array2<std::string> correlationList(const Study& study);
 
+/// The library's checks of parameters and responses, all that a simulation needs of a study; raises Refused
+/// at the entry that fails.
+void validateInputs(Problem& problem);
+
 /// Parameters whose computed moments are more than 1 % off those that their components have in closed form.
 std::vector<std::string> momentWarnings(Problem& problem);
 

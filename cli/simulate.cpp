@@ -38,19 +38,6 @@ void warnOfBatches(const Study& study)
                    : ", and with correlations it holds low values of the first input only");
 }
 
-void validateInputs(Problem& problem, c_MonteCarlo& run)
-{
-    std::string source, cause;
-    Long item = 0;
-    if (run.InputsOK(source, item, cause)) return;
-    const Study& study = problem.study;
-    const auto index = static_cast<std::size_t>(item > 0 ? item - 1 : 0);
-    Place place{study.path, 0, ""};
-    if (source == c_MonteCarlo::SOURCEX) place = study.parameters[index].place;
-    if (source == c_MonteCarlo::SOURCEY) place = study.responses[index].place;
-    throw Refused(place, cause);
-}
-
 /// Why the trial that stopped a run did so: its inputs are written again, and draws and responses looked at.
 class FailedTrial {
 public:
@@ -117,7 +104,7 @@ bool runTrials(Problem& problem, Simulation& simulation, const SimulateArguments
     Terminal terminal({arguments.quiet, OnCancel::Keep});
     c_MonteCarlo& run = simulation.run;
     configureMonteCarlo(run, problem);
-    validateInputs(problem, run);
+    validateInputs(problem);
     simulation.planned = run.numTrials;
     if (run.useCorrelations) simulation.repaired = !run.CorrelationListOK(correlationList(problem.study));
     const auto begin = std::chrono::steady_clock::now();

@@ -128,6 +128,15 @@ TEST_F(Simulate, SavesACopyWithResultsAndTrials)
     EXPECT_EQ(folder.run({"check", "out.xlsx"}).code, 0);
 }
 
+TEST_F(Simulate, CheckTellsOfAComponentTooNarrowForTheMoments)
+{
+    const Outcome sound = folder.run({"check", "stackup.toml", "--json", "-"});
+    EXPECT_EQ(sound.code, 0) << sound.err;
+    EXPECT_TRUE(json::parse(sound.out)["warnings"].empty());
+    folder.write("s.toml", changed("mean = 20.98, stdev = 0.02", "mean = 25, stdev = 0.0001"));
+    EXPECT_THAT(folder.run({"check", "s.toml"}).out, HasSubstr("Warning: parameter \"hub\": the moments"));
+}
+
 TEST_F(Simulate, ContradictingCorrelationsShowGivenAndApplied)
 {
     folder.write("s.toml", changed("bearing_left = { bearing_right = 0.5 }",
