@@ -40,6 +40,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string printed = formulaText(*tree, here);
     if (printed.size() > 32767) return 0; // a long text may print longer than it may be read
     const ParseResult second = parseFormula(printed, here);
+    // Parentheses that printing adds may take a formula at the limit of nesting beyond it.
+    if (const auto* error = std::get_if<ParseError>(&second);
+        error != nullptr && error->message.find("nested deeper") != std::string::npos)
+        return 0;
     if (!std::holds_alternative<Tree>(second)) report("print does not parse", text, printed);
     if (!(std::get<Tree>(second) == *tree)) report("trees differ", text, printed);
     if (hashOf(std::get<Tree>(second)) != hashOf(*tree)) report("hashes differ", text, printed);

@@ -175,7 +175,9 @@ private:
         }
         case NodeKind::Intersection: return intersectionText(node);
         case NodeKind::Spill: return childText(node, 0, !spillable(child(node, 0))) + "#";
-        case NodeKind::Single: return "@" + operand(node, 0, kIntersection);
+        case NodeKind::Single:
+            if (child(node, 0).kind == NodeKind::Single) return "@" + childText(node, 0, false);
+            return "@" + operand(node, 0, kIntersection);
         }
         return "";
     }
