@@ -16,6 +16,7 @@
 #include "optimizer/c_Optimization.h"
 #include "runtime/Seeds.h"
 #include "stats/alg_m_MersenneTwister.h"
+#include "ui/Windows.h"
 #include "workbook/EmbeddedApplication.h"
 
 namespace varnex3::bench {
@@ -132,10 +133,13 @@ Outcome optimize(const Model& model)
     c_MonteCarlo mc;
     c_Optimization optimization;
     optimization.XLApplication(model.application);
-    optimization.CorvaneFileName("bench");
+    optimization.CorvaneFileName("Book1");
     optimization.PrintGenMacro("generation");
     optimization.PrintFinalMacro("final");
-    if (!optimization.Optimize(*f, mc)) std::abort();
+    if (!optimization.Optimize(*f, mc)) {
+        fmt::print(stderr, "{}\n", errorWindow().Label1);
+        std::abort();
+    }
     setSeedSource({});
     return {optimization.LastRun().evaluations, toDouble(model.cells[10]->Value())};
 }
@@ -188,3 +192,5 @@ BENCHMARK(BM_SearchOnEmbeddedEngine)->Unit(benchmark::kMillisecond);
 
 } // namespace
 } // namespace varnex3::bench
+
+BENCHMARK_MAIN();

@@ -14,6 +14,7 @@
 #include "Problem.h"
 #include "sheet/formula/Parser.h"
 #include "sheet/model/Book.h"
+#include "workbook/Convert.h"
 
 namespace varnex3::cli {
 namespace {
@@ -28,6 +29,15 @@ double secondsSince(Clock::time_point start)
 bool endsWith(const std::string& text, const std::string& end)
 {
     return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+/// The remarks with the recalculated and the stored value of each cell.
+std::vector<sheet::CellRemark> withValues(const sheet::Book& book, std::vector<sheet::CellRemark> remarks)
+{
+    for (sheet::CellRemark& remark : remarks)
+        remark.text += fmt::format("  is {}, stored {}", shown(workbook::toVariant(book.value(remark.cell))),
+                                   shown(workbook::toVariant(book.storedValue(remark.cell))));
+    return remarks;
 }
 
 class Report {
@@ -110,7 +120,8 @@ int runCheck(const CheckArguments& arguments)
                    {"agree", agree},
                    {"loadSeconds", loadSeconds},
                    {"calculateSeconds", calculateSeconds}};
-    report.list("different", "Cells whose recalculated value differs from the stored one", found.different);
+    report.list("different", "Cells whose recalculated value differs from the stored one",
+                withValues(book, found.different));
     report.list("unknownFunctions", "Functions that the engine does not know; the cells read #NAME?",
                 found.unknownFunctions);
     report.list("unparsable", "Formulas that cannot be read; the cells read #NAME?", found.unparsable);
