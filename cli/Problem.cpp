@@ -159,15 +159,22 @@ private:
         y.usl = operand(entry.usl);
     }
 
+    /// What constraints and goals share.
+    template <class Item, class Entry>
+    void fillRequirement(Item& item, const Entry& entry)
+    {
+        item.DefName = entry.name;
+        item.Name = entry.name;
+        item.y = f_.ItemY(entry.response.value)->Formula;
+        item.Aspect = entry.aspect;
+        item.Oper = entry.oper;
+    }
+
     void addConstraint(const StudyConstraint& entry)
     {
         f_.AddC(entry.id);
         c_Constraint& c = *f_.ItemC(entry.id);
-        c.DefName = entry.name;
-        c.Name = entry.name;
-        c.y = f_.ItemY(entry.response.value)->Formula;
-        c.Aspect = entry.aspect;
-        c.Oper = entry.oper;
+        fillRequirement(c, entry);
         c.Reqt = operand(entry.reqt);
     }
 
@@ -175,11 +182,7 @@ private:
     {
         f_.AddG(entry.id);
         c_Goal& g = *f_.ItemG(entry.id);
-        g.DefName = entry.name;
-        g.Name = entry.name;
-        g.y = f_.ItemY(entry.response.value)->Formula;
-        g.Aspect = entry.aspect;
-        g.Oper = entry.oper;
+        fillRequirement(g, entry);
         g.Target = operand(entry.target);
         g.Priority = entry.priority;
         g.Weight = operand(entry.weight);
