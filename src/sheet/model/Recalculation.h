@@ -13,10 +13,10 @@
 #include "sheet/compile/Typing.h"
 #include "sheet/exec/Evaluator.h"
 #include "sheet/exec/Store.h"
-#include "sheet/exec/TypedProgram.h"
 #include "sheet/graph/Dependencies.h"
 #include "sheet/graph/Ordering.h"
 #include "sheet/model/FormulaTable.h"
+#include "sheet/model/Plan.h"
 
 namespace varnex3::sheet {
 
@@ -62,30 +62,6 @@ public:
     const std::unordered_map<FormulaId, Circle>& circular() const { return circular_; }
 
 private:
-    /// A stretch of a plan: positions [first, last) of its order, either typed or for the general evaluator.
-    struct Step {
-        bool typed;
-        std::uint32_t first, last;
-        std::uint32_t begin = 0, end = 0; // typed: its instructions
-    };
-    struct Plan {
-        std::vector<Slot> key;      // sorted
-        std::vector<Slot> sequence; // as last written, in that order
-        Order order;
-        bool marksDirty = false; // some formula may read cells that the order does not know of
-        int runs = 0;
-        bool built = false;
-        std::uint64_t kinds = 0; // state of the kinds for which the typed code was checked
-        std::vector<Step> steps;
-        TypedProgram program;
-        std::vector<Kind> expected;                  // kinds of the results, by position in the order
-        std::vector<std::pair<Slot, Kind>> operands; // what typed code reads from outside the plan
-        std::vector<std::uint32_t> starts;           // first instruction of each typed formula, in order
-        std::vector<std::uint32_t> typedAt;          // its position in the order
-        std::uint32_t failures = 0, patience = 4;
-        std::uint64_t lastUse = 0;
-    };
-
     void link(FormulaId f, bool add);
     void outputs(FormulaId f, FunctionRef<void(Slot)> visitor) const;
     void appendReaders(GraphNode node, std::vector<GraphNode>& out) const;

@@ -1,0 +1,107 @@
+// sheet/model/Plan.cpp - typed code for the formulas of an order.
+#include "sheet/model/Plan.h"
+
+#include <algorithm>
+#include <tuple>
+
+namespace varnex3::sheet {
+
+bool Plan::operandsFit(const Store& store) const
+{
+    return std::all_of(operands.begin(), operands.end(), [&](const auto& operand) {
+        return store.value(operand.first).kind() == operand.second;
+    });
+}
+
+bool Plan::restoreKinds(Store& store, const FormulaTable& formulas) const
+{
+    bool changed = false;
+    for (const PlanStep& step : steps) {
+        if (!step.typed) continue;
+        for (std::uint32_t i = step.first; i < step.last; ++i) {
+            Value& v = store.value(formulas.cell(order.formulas[i]).slot);
+            if (v.kind() == expected[i]) continue;
+            v = expected[i] == Kind::Boolean ? Value(false) : Value(0.0);
+            changed = true;
+        }
+    }
+    return changed;
+}
+
+void Plan::build(Store& store, FormulaTable& formulas, TypedPool& pool,
+                 const std::vector<std::uint32_t>& levels)
+{
+    std::sort(order.formulas.begin(), order.formulas.end(), [&](FormulaId a, FormulaId b) {
+        const FormulaCell &x = formulas.cell(a), &y = formulas.cell(b);
+        return std::tie(levels[a], x.code, x.slot) < std::tie(levels[b], y.code, y.slot);
+    });
+    std::vector<bool> inPlan(formulas.size(), false);
+    for (const FormulaId f : order.formulas) inPlan[f] = true;
+
+    steps.clear();
+    program = {};
+    operands.clear();
+    starts.clear();
+    typedAt.clear();
+    expected.resize(order.formulas.size());
+    for (std::uint32_t i = 0; i < order.formulas.size(); ++i) {
+        const FormulaId f = order.formulas[i];
+        const Slot slot = formulas.cell(f).slot;
+        expected[i] = store.value(slot).kind();
+        const auto start = static_cast<std::uint32_t>(program.instructions.size());
+        const std::size_t known = operands.size();
+        bool typed = !formulas.isBlock(f) && formulas.typed(f).result == expected[i] &&
+                     appendTyped(formulas.typed(f), formulas.code(f), store.address(slot), slot, store, pool,
+                                 program, operands);
+        // The cells of an array formula change their kinds unseen; what the plan itself works out is checked
+        // when it is there.
+        for (std::size_t k = known; typed && k < operands.size(); ++k) {
+            const FormulaId from = store.formula(operands[k].first);
+            if (from != kNoFormula && inPlan[from] && formulas.isBlock(from)) typed = false;
+        }
+        if (typed) {
+            const auto inside = [&](const std::pair<Slot, Kind>& operand) {
+                const FormulaId from = store.formula(operand.first);
+                return from != kNoFormula && inPlan[from];
+            };
+            operands.erase(
+                std::remove_if(operands.begin() + static_cast<std::ptrdiff_t>(known), operands.end(), inside),
+                operands.end());
+            starts.push_back(start);
+            typedAt.push_back(i);
+        } else {
+            program.instructions.resize(start);
+            operands.resize(known);
+        }
+        if (steps.empty() || steps.back().typed != typed) steps.push_back({typed, i, i, start, start});
+        steps.back().last = i + 1;
+        steps.back().end = static_cast<std::uint32_t>(program.instructions.size());
+    }
+    // Joined are formulas of one step, one level and one code.
+    std::vector<std::uint64_t> groups;
+    std::uint64_t group = 0;
+    for (PlanStep& step : steps) {
+        if (!step.typed) continue;
+        step.begin = static_cast<std::uint32_t>(groups.size());
+        for (std::uint32_t i = step.first; i < step.last; ++i) {
+            const FormulaId f = order.formulas[i], before = order.formulas[i > 0 ? i - 1 : 0];
+            const bool same = i > step.first && levels[f] == levels[before] &&
+                              formulas.cell(f).code == formulas.cell(before).code;
+            groups.push_back(same ? group : ++group);
+        }
+    }
+    joinRepeats(program, starts, groups, pool);
+    for (PlanStep& step : steps) {
+        if (!step.typed) continue;
+        const std::size_t next = step.begin + (step.last - step.first);
+        step.begin = starts[step.begin];
+        step.end =
+            next < starts.size() ? starts[next] : static_cast<std::uint32_t>(program.instructions.size());
+    }
+    std::sort(operands.begin(), operands.end());
+    operands.erase(std::unique(operands.begin(), operands.end()), operands.end());
+    built = true;
+    failures = 0;
+}
+
+} // namespace varnex3::sheet

@@ -1,0 +1,53 @@
+// sheet/model/Plan.h - the formulas that a set of written cells affects, in order, and their typed code.
+//
+// A plan is data and the making of it; Recalculation keeps the plans and runs them.
+#pragma once
+
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+#include "sheet/compile/Typing.h"
+#include "sheet/exec/Store.h"
+#include "sheet/exec/TypedProgram.h"
+#include "sheet/graph/Ordering.h"
+#include "sheet/model/FormulaTable.h"
+
+namespace varnex3::sheet {
+
+/// A stretch of a plan: positions [first, last) of its order, either typed or for the general evaluator.
+struct PlanStep {
+    bool typed;
+    std::uint32_t first, last;
+    std::uint32_t begin = 0, end = 0; // typed: its instructions
+};
+
+struct Plan {
+    std::vector<Slot> key;      // sorted
+    std::vector<Slot> sequence; // as last written, in that order
+    Order order;
+    bool marksDirty = false; // some formula may read cells that the order does not know of
+    int runs = 0;
+    std::uint64_t lastUse = 0;
+
+    bool built = false;
+    std::uint64_t kinds = 0; // state of the kinds for which the typed code was checked
+    std::vector<PlanStep> steps;
+    TypedProgram program;
+    std::vector<Kind> expected;                  // kinds of the results, by position in the order
+    std::vector<std::pair<Slot, Kind>> operands; // what typed code reads from outside the plan
+    std::vector<std::uint32_t> starts;           // first instruction of each typed formula, in order
+    std::vector<std::uint32_t> typedAt;          // its position in the order
+    std::uint32_t failures = 0, patience = 4;
+
+    /// Makes the steps for the kinds that the cells have now, and sorts the order by level, then code.
+    /// @param levels  by formula: its position in the longest chain of affected formulas
+    void build(Store& store, FormulaTable& formulas, TypedPool& pool,
+               const std::vector<std::uint32_t>& levels);
+    /// Whether the cells that typed code reads from outside have the kinds that it was made for.
+    bool operandsFit(const Store& store) const;
+    /// Gives the cells that typed code writes their kinds back; whether one had another.
+    bool restoreKinds(Store& store, const FormulaTable& formulas) const;
+};
+
+} // namespace varnex3::sheet

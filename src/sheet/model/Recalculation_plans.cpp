@@ -1,0 +1,111 @@
+// sheet/model/Recalculation_plans.cpp - repeated runs: a plan for every set of written cells, and its typed
+// code.
+#include <algorithm>
+
+#include "sheet/model/Recalculation.h"
+
+namespace varnex3::sheet {
+namespace {
+
+constexpr std::size_t kMostPlans = 64;
+
+} // namespace
+
+Plan& Recalculation::planFor()
+{
+    if (last_ != nullptr && last_->sequence == written_) return *last_;
+    sortedKey_ = written_;
+    std::sort(sortedKey_.begin(), sortedKey_.end());
+    const auto known =
+        std::find_if(plans_.begin(), plans_.end(), [&](const auto& plan) { return plan->key == sortedKey_; });
+    if (known != plans_.end()) {
+        last_ = known->get();
+        last_->sequence = written_;
+        return *last_;
+    }
+    if (plans_.size() >= kMostPlans)
+        plans_.erase(std::min_element(plans_.begin(), plans_.end(),
+                                      [](const auto& a, const auto& b) { return a->lastUse < b->lastUse; }));
+    auto plan = std::make_unique<Plan>();
+    plan->key = sortedKey_;
+    plan->sequence = written_;
+    plan->order = orderFrom(written_, {});
+    plan->marksDirty = !plan->order.loops.empty() || anyDynamic(plan->order);
+    plans_.push_back(std::move(plan));
+    last_ = plans_.back().get();
+    return *last_;
+}
+
+void Recalculation::runPlan(Plan& plan)
+{
+    plan.lastUse = ++uses_;
+    if (useTyped_ && plan.order.loops.empty() && plan.runs > 0) {
+        if (!plan.built || (plan.kinds != kinds_ && !kindsHold(plan))) build(plan);
+        runBuilt(plan);
+    } else {
+        if (plan.marksDirty) markDirty(plan.order);
+        runGeneral(plan.order, 0, plan.marksDirty);
+    }
+    ++plan.runs;
+}
+
+/// Whether the typed code of a plan still fits the cells; results that it will write get their kind back.
+bool Recalculation::kindsHold(Plan& plan)
+{
+    if (!plan.operandsFit(store_)) return false;
+    if (plan.restoreKinds(store_, formulas_)) ++kinds_;
+    plan.kinds = kinds_;
+    return true;
+}
+
+void Recalculation::build(Plan& plan)
+{
+    plan.build(store_, formulas_, pool_, levelsOf(plan.order));
+    plan.kinds = kinds_;
+}
+
+void Recalculation::runBuilt(Plan& plan)
+{
+    if (plan.marksDirty) markDirty(plan.order);
+    for (const PlanStep& step : plan.steps) {
+        if (step.typed) {
+            const std::uint32_t stop = plan.program.run(store_.values(), step.begin, step.end);
+            if (stop != step.end) {
+                const auto after = std::upper_bound(plan.starts.begin(), plan.starts.end(), stop);
+                // Formulas that are worked out together start over together.
+                const auto at = std::lower_bound(plan.starts.begin(), after, *(after - 1));
+                const std::uint32_t position =
+                    plan.typedAt[static_cast<std::size_t>(at - plan.starts.begin())];
+                if (plan.marksDirty)
+                    for (std::uint32_t i = step.first; i < position; ++i) clearDirty(plan.order.formulas[i]);
+                return giveUp(plan, position);
+            }
+            if (plan.marksDirty)
+                for (std::uint32_t i = step.first; i < step.last; ++i) clearDirty(plan.order.formulas[i]);
+            continue;
+        }
+        for (std::uint32_t i = step.first; i < step.last; ++i) {
+            const FormulaId f = plan.order.formulas[i];
+            if (plan.marksDirty) {
+                bring(f);
+            } else {
+                evaluate(f);
+            }
+            if (store_.value(formulas_.cell(f).slot).kind() != plan.expected[i]) return giveUp(plan, i + 1);
+        }
+    }
+    plan.failures = 0;
+    // Kinds that changed on the way are those of cells outside typed code, or came back as expected.
+}
+
+/// A result is not of the kind that the typed code was made for: the general evaluator does the rest.
+void Recalculation::giveUp(Plan& plan, std::size_t position)
+{
+    runGeneral(plan.order, position, plan.marksDirty);
+    if (++plan.failures < plan.patience) return;
+    plan.built = false; // the cells have other kinds for good: make it anew for them
+    constexpr std::uint32_t kMostPatience = 4096;
+    plan.patience = std::min(2 * plan.patience, kMostPatience);
+}
+
+} // namespace varnex3::sheet
