@@ -96,7 +96,7 @@ private:
     std::size_t barrier_ = 0;
     int nameDepth_ = 0;
     bool refused_ = false;
-    const Node* final_ = nullptr; // the root, when it is a sum or difference
+    const Node* final_ = nullptr; // the root, when it is a sum or difference not in parentheses
 };
 
 bool Compiler::constants(std::size_t n) const
@@ -110,7 +110,8 @@ bool Compiler::constants(std::size_t n) const
 Code Compiler::run(const Tree& tree, bool array)
 {
     const Node& root = tree.root();
-    if (root.kind == NodeKind::Binary && (root.op == Operator::Add || root.op == Operator::Subtract))
+    const bool sum = root.op == Operator::Add || root.op == Operator::Subtract;
+    if (root.kind == NodeKind::Binary && sum && root.parentheses == 0) // =(A1-B1) does not end in a sum
         final_ = &root;
     node(tree, root, {Want::Scalar, array, false});
     if (refused_) {

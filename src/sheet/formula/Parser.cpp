@@ -12,6 +12,7 @@
 #include <system_error>
 
 #include "sheet/formula/Lexical.h"
+#include "sheet/formula/Parentheses.h"
 
 namespace varnex3::sheet {
 namespace {
@@ -130,7 +131,21 @@ private:
         node.firstChild = static_cast<Index>(tree_.children.size());
         node.childCount = static_cast<Index>(children.size());
         tree_.children.insert(tree_.children.end(), children.begin(), children.end());
+        return addParent(node);
+    }
+
+    Index addParent(const Node& node)
+    {
+        for (Index i = node.childCount; i > 0; --i) // the last first: it may matter to those before
+            if (tree_.child(node, i - 1).parentheses == 0 && needsParentheses(tree_, node, i - 1))
+                enclose(tree_.children[node.firstChild + i - 1]);
         return add(node);
+    }
+
+    void enclose(Index i)
+    {
+        std::uint8_t& pairs = tree_.nodes[i].parentheses;
+        if (pairs < UINT8_MAX) ++pairs;
     }
 
     Index addOperator(NodeKind kind, Operator op, Index left, Index right = kNone)
@@ -142,7 +157,7 @@ private:
         node.childCount = right == kNone ? 1 : 2;
         tree_.children.push_back(left);
         if (right != kNone) tree_.children.push_back(right);
-        return add(node);
+        return addParent(node);
     }
 
     std::int32_t addText(std::string_view text)
@@ -367,6 +382,7 @@ private:
         if (atEnd()) return failAt(opening, "A parenthesis is not closed");
         if (peek() != ')') return fail("An operator or a closing parenthesis is missing");
         ++at_;
+        enclose(inner);
         return inner;
     }
 

@@ -1,54 +1,18 @@
 // sheet/formula/Printer.cpp - tree to formula text, and the hash of trees.
 //
-// Works from the first node to the last, so a chain of ten thousand sums needs no deep recursion. A pair
-// of parentheses is written where the text would read otherwise without it.
+// Works from the first node to the last, so a chain of ten thousand sums needs no deep recursion. Beside the
+// parentheses of the tree a pair is written where the text would read otherwise without it.
 #include <charconv>
 #include <functional>
 
 #include "sheet/formula/Lexical.h"
+#include "sheet/formula/Parentheses.h"
 #include "sheet/formula/Parser.h"
 
 namespace varnex3::sheet {
 namespace {
 
 using namespace lexical;
-
-/// How tightly a node holds together; an operand needs at least what its place asks for.
-enum Level {
-    kLoosest = 0,
-    kComparison,
-    kConcat,
-    kSum,
-    kProduct,
-    kPower,
-    kPercent,
-    kPrefix,
-    kIntersection = 9,
-    kRange,
-    kPrimary
-};
-
-Level levelOf(const Node& node)
-{
-    switch (node.kind) {
-    case NodeKind::Union: return kLoosest; // a comma outside parentheses separates arguments
-    case NodeKind::Unary: return node.op == Operator::Percent ? kPercent : kPrefix;
-    case NodeKind::Single: return kPrefix;
-    case NodeKind::Intersection: return kIntersection;
-    case NodeKind::RangeOperator: return kRange;
-    case NodeKind::Binary: break;
-    default: return kPrimary;
-    }
-    switch (node.op) {
-    case Operator::Concat: return kConcat;
-    case Operator::Add:
-    case Operator::Subtract: return kSum;
-    case Operator::Multiply:
-    case Operator::Divide: return kProduct;
-    case Operator::Power: return kPower;
-    default: return kComparison;
-    }
-}
 
 std::string_view operatorText(Operator op)
 {
@@ -118,7 +82,12 @@ public:
 
     std::string print()
     {
-        for (const Node& node : tree_.nodes) texts_.push_back(textOf(node));
+        for (const Node& node : tree_.nodes) {
+            texts_.push_back(textOf(node));
+            if (node.parentheses == 0) continue;
+            texts_.back().insert(0, node.parentheses, '(');
+            texts_.back().append(node.parentheses, ')');
+        }
         return "=" + texts_.back();
     }
 
@@ -127,18 +96,13 @@ private:
 
     const Node& child(const Node& node, std::uint32_t i) const { return tree_.child(node, i); }
 
-    /// The finished text of a child, in parentheses when asked. A node has one parent: the text is moved.
-    std::string childText(const Node& node, std::uint32_t i, bool parentheses)
+    /// The finished text of a child. A node has one parent: the text is moved.
+    std::string childText(const Node& node, std::uint32_t i)
     {
         std::string t = std::move(texts_[tree_.children[node.firstChild + i]]);
-        if (!parentheses) return t;
+        if (child(node, i).parentheses > 0 || !needsParentheses(tree_, node, i)) return t;
         t.insert(t.begin(), '(');
         return t += ')';
-    }
-
-    std::string operand(const Node& node, std::uint32_t i, int level)
-    {
-        return childText(node, i, levelOf(child(node, i)) < level);
     }
 
     std::string textOf(const Node& node)
@@ -156,30 +120,25 @@ private:
             return (node.text < 0 ? "" : text(node.text)) + "[" + text(node.text2) + "]";
         case NodeKind::External: return text(node.text);
         case NodeKind::Call: return text(node.text) + arguments(node, 0);
-        case NodeKind::CallValue: return childText(node, 0, !callable(child(node, 0))) + arguments(node, 1);
+        case NodeKind::CallValue: return childText(node, 0) + arguments(node, 1);
         case NodeKind::Unary:
-            if (node.op == Operator::Percent) return operand(node, 0, kPercent) + "%";
-            return std::string(operatorText(node.op)) + operand(node, 0, kPrefix);
-        case NodeKind::Binary: {
-            const int level = levelOf(node);
-            std::string t = operand(node, 0, level);
-            t += operatorText(node.op);
-            return t += operand(node, 1, level + 1);
-        }
-        case NodeKind::RangeOperator: return rangeText(node);
-        case NodeKind::Union: {
-            const bool chain = child(node, 0).kind == NodeKind::Union;
-            std::string t = chain ? childText(node, 0, false) : operand(node, 0, kIntersection);
-            t += ',';
-            return t += operand(node, 1, kIntersection);
-        }
-        case NodeKind::Intersection: return intersectionText(node);
-        case NodeKind::Spill: return childText(node, 0, !spillable(child(node, 0))) + "#";
-        case NodeKind::Single:
-            if (child(node, 0).kind == NodeKind::Single) return "@" + childText(node, 0, false);
-            return "@" + operand(node, 0, kIntersection);
+            if (node.op == Operator::Percent) return childText(node, 0) + "%";
+            return std::string(operatorText(node.op)) + childText(node, 0);
+        case NodeKind::Binary: return joined(node, operatorText(node.op));
+        case NodeKind::RangeOperator: return joined(node, ":");
+        case NodeKind::Union: return joined(node, ",");
+        case NodeKind::Intersection: return joined(node, " ");
+        case NodeKind::Spill: return childText(node, 0) + "#";
+        case NodeKind::Single: return "@" + childText(node, 0);
         }
         return "";
+    }
+
+    std::string joined(const Node& node, std::string_view mark)
+    {
+        std::string t = childText(node, 0);
+        t += mark;
+        return t += childText(node, 1);
     }
 
     std::string arguments(const Node& node, std::uint32_t from)
@@ -187,7 +146,7 @@ private:
         std::string t = "(";
         for (std::uint32_t i = from; i < node.childCount; ++i) {
             if (i > from) t += ',';
-            t += childText(node, i, child(node, i).kind == NodeKind::Union);
+            t += childText(node, i);
         }
         return t += ')';
     }
@@ -235,50 +194,6 @@ private:
         if (!onSheet(node.first) || !onSheet(node.last)) return std::string(failureText(Failure::Ref));
         const std::string t = sheetPrefix(node) + cornerText(node.first, node.extent);
         return node.extent == Extent::Cell ? t : t + ":" + cornerText(node.last, node.extent);
-    }
-
-    std::string rangeText(const Node& node)
-    {
-        const Node& left = child(node, 0);
-        const Node& right = child(node, 1);
-        // "A:B" would read as whole columns and "x:Sheet1!A1" as a reference over several sheets.
-        const bool wordBefore = left.kind == NodeKind::Reference || left.kind == NodeKind::Name ||
-                                left.kind == NodeKind::External || left.kind == NodeKind::RangeOperator;
-        const bool wordBehind = right.kind == NodeKind::Reference || right.kind == NodeKind::Name;
-        const bool rightGuard = wordBefore && wordBehind && right.sheet < 0;
-        const std::string last = childText(node, 1, rightGuard || levelOf(right) < kPrimary);
-        const bool sheetBehind = charAt(last, nameEnd(last, 0)) == '!';
-        std::string t = childText(node, 0, (wordBefore && sheetBehind) || levelOf(left) < kRange);
-        t += ':';
-        return t += last;
-    }
-
-    std::string intersectionText(const Node& node)
-    {
-        std::string right = operand(node, 1, kRange);
-        // "f (A1)" would read as a call.
-        const Node& left = child(node, 0);
-        const bool guard = right.front() == '(' && left.kind != NodeKind::Reference;
-        return childText(node, 0, guard || levelOf(left) < kIntersection) + " " + right;
-    }
-
-    static bool spillable(const Node& node)
-    {
-        switch (node.kind) {
-        case NodeKind::Reference: return node.extent == Extent::Cell;
-        case NodeKind::Name:
-        case NodeKind::Structured:
-        case NodeKind::Call:
-        case NodeKind::CallValue:
-        case NodeKind::Spill: return true;
-        default: return false;
-        }
-    }
-
-    static bool callable(const Node& node)
-    {
-        return node.kind == NodeKind::Call || node.kind == NodeKind::CallValue ||
-               (node.kind == NodeKind::Name && node.sheet >= 0);
     }
 
     const Tree& tree_;
@@ -329,6 +244,7 @@ std::size_t hashOf(const Tree& tree)
     for (const Node& n : tree.nodes) {
         h.add(static_cast<std::size_t>(n.kind) << 24 | static_cast<std::size_t>(n.op) << 16 |
               static_cast<std::size_t>(n.failure) << 8 | static_cast<std::size_t>(n.extent));
+        h.add(static_cast<std::size_t>(n.parentheses));
         for (const std::uint32_t x : {n.firstChild, n.childCount}) h.add(static_cast<std::size_t>(x));
         for (const std::int32_t x : {n.text, n.text2, n.sheet, n.lastSheet, n.index}) h.add(x);
         h.add(n.number);

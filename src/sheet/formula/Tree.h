@@ -71,6 +71,7 @@ struct Node {
     Operator op = Operator::None;
     Failure failure = Failure::Null;
     Extent extent = Extent::Cell;
+    std::uint8_t parentheses = 0; // pairs written around it: a sum in them does not end a formula
     std::uint32_t firstChild = 0; // index into Tree::children
     std::uint32_t childCount = 0;
     std::int32_t text = -1;      // index into Tree::texts; -1: none

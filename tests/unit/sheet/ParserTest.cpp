@@ -184,15 +184,25 @@ TEST(Parser, PrintsWhatItReads)
         "=\"\"\"\"&#N/A",
         "=[1]S!A1:B2+[1]!n",
         "=F()<>TRUE",
+        "=((1))+(A1)-(-(2))",
+        "=(SUM((A1)))",
     };
     for (const char* text : same) EXPECT_EQ(formulaText(parsed(text), kHere), text);
     const std::pair<const char*, const char*> tidied[] = {
-        {"= ( ( 1 ) + ((2)) )", "=1+2"},
+        {"= ( ( 1 ) + ((2)) )", "=((1)+((2)))"},
+        {"=SUM(A1~B1)", "=SUM((A1,B1))"}, // a comma would separate arguments
+        {"=(A1,B1+1)", "=((A1,B1)+1)"},
+        {"=A :B", "=A:(B)"}, // two names, not two columns
+        {"=f() (A1)", "=F() (A1)"},
+        {"=@A1:@B1", "=@A1:(@B1)"},
         {"=_xlfn.SINGLE(A1)", "=@A1"},
         {"=true()", "=TRUE"},
         {"=_xlpm.x1", "=_xlpm.x1"}, // the variable x1 must not become the cell X1
     };
-    for (const auto& [text, want] : tidied) EXPECT_EQ(formulaText(parsed(text), kHere), want);
+    for (const auto& [text, want] : tidied) {
+        EXPECT_EQ(formulaText(parsed(text), kHere), want);
+        EXPECT_EQ(parsed(want), parsed(text)) << text;
+    }
 }
 
 TEST(Parser, RefusesWithPosition)
