@@ -35,7 +35,8 @@ NO_PREFIX = {"NETWORKDAYS.INTL", "WORKDAY.INTL"}
 
 # What LibreOffice 7.4 cannot store results for: it does not know these.
 UNKNOWN_THERE = set("""BINOM.DIST.RANGE XLOOKUP XMATCH CHOOSECOLS CHOOSEROWS DROP EXPAND FILTER HSTACK ISO.CEILING RANDARRAY SEQUENCE
-SORT SORTBY TAKE TEXTAFTER TEXTBEFORE TEXTSPLIT TOCOL TOROW UNIQUE VSTACK WRAPCOLS WRAPROWS PERCENTOF""".split())
+SORT SORTBY TAKE TEXTAFTER TEXTBEFORE TEXTSPLIT TOCOL TOROW UNIQUE VSTACK WRAPCOLS WRAPROWS PERCENTOF
+ARRAYTOTEXT VALUETOTEXT ODDFPRICE ODDFYIELD""".split())
 CHANGING = set("RAND RANDBETWEEN NOW TODAY RANDARRAY INFO CELL".split())
 
 # Sheet "Data", written as @ in the formulas below.
@@ -50,6 +51,14 @@ DATA = {
     "H": [1.1, 2.3, 2.9, 4.2, 5.1, 5.8, 7.3, 7.9, 9.2, 9.9],
     "I": [10, 20, 20, 30, 10, 20, 50, 60, 10, 70],
     "K": [True, False],
+    "M": ["Tree", "Apple", "Pear", "Cherry", "Apple", "Pear", "Apple"],
+    "N": ["Height", 18, 12, 13, 14, 9, 8],
+    "O": ["Yield", 14, 10, 9, "none", None, 6],
+    "P": ["Profit", 105, 96, 105, 75, "=1/0", 45],
+    "R": ["Tree", "=\"=Apple\"", "=\"=Pear\""],
+    "S": ["Height", ">10", None],
+    "T": ["Height", "<16", None],
+    "U": ["Yield", "<>none", ">8"],
     "J": [-1000, 200, 300, 150, 400, 250, 100, -50, 300, 75],
 }
 
@@ -248,6 +257,38 @@ FAMILIES = {
         "FVSCHEDULE(100,@B2)", "XNPV(0.1,@J1:J5,{44000;44100;44200;44300;44400})", "XIRR(@J1:J5,{44000;44100;44200;44300;44400})",
         "XIRR({1;2},{44000;44100})", "DISC(44000,44200,97,100,1)", "INTRATE(44000,44200,97,100,2)", "RECEIVED(44000,44200,97,0.05,3)",
         "PRICEDISC(44000,44200,0.05,100,0)", "PMT(0.05,12,@C1)", 'FV("0.05",2,-100)', 'FV("x",2,-100)'],
+    "database": [f"{name}(@M1:P7,{field},@{criteria})"
+        for name in "DSUM DAVERAGE DCOUNT DCOUNTA DGET DMAX DMIN DPRODUCT DSTDEV DSTDEVP DVAR DVARP".split()
+        for field in ('"Height"', '"Yield"', "4", '"x"') for criteria in ("R1:R2", "R1:R3", "S1:S2", "U1:U2", "R1:U3")],
+    "securities": [f"{name}({dates},{frequency},{basis})"
+        for name in "COUPDAYBS COUPDAYS COUPDAYSNC COUPNCD COUPNUM COUPPCD".split()
+        for dates in ("DATE(2011,1,25),DATE(2011,11,15)", "DATE(2023,2,28),DATE(2024,8,31)",
+                      "DATE(2024,2,29),DATE(2030,3,30)")
+        for frequency in "124" for basis in "01234"] + [
+        f"{name}({dates},0.0575,{last},100,{frequency},{basis})" for name, last in (("PRICE", "0.065"), ("YIELD", "95.04"))
+        for dates in ("DATE(2008,2,15),DATE(2017,11,15)", "DATE(2023,2,28),DATE(2024,8,31)")
+        for frequency in "124" for basis in "014"] + [
+        "PRICE(DATE(2024,7,1),DATE(2024,8,31),0.0575,0.065,100,2,0)", "YIELD(DATE(2024,7,1),DATE(2024,8,31),0.0575,95.04,100,2,0)",
+        "PRICE(DATE(2008,2,15),DATE(2017,11,15),0.0575,0.065,100,2,2)", "PRICE(DATE(2008,2,15),DATE(2017,11,15),0.0575,0.065,100,2,3)",
+        "DURATION(DATE(2008,1,1),DATE(2016,1,1),0.08,0.09,2,1)"] + [
+        f"{name}(DATE(2008,1,1),DATE(2016,1,1),0.08,0.09,{frequency},{basis})" for name in ("DURATION", "MDURATION")
+        for frequency in "124" for basis in "04"] + [
+        f"{name}(DATE(2008,3,15),DATE(2008,11,3),{rest},{basis})" for basis in "01234" for name, rest in (
+            ("DISC", "97.975,100"), ("INTRATE", "1000,1014"), ("RECEIVED", "1000,0.0575"), ("PRICEDISC", "0.0525,100"),
+            ("YIELDDISC", "99.795,100"), ("PRICEMAT", "DATE(2007,11,8),0.0625,0.061"),
+            ("YIELDMAT", "DATE(2007,11,8),0.0625,100.0123"), ("ACCRINTM", "0.1,1000"))] + [
+        f"ACCRINT(DATE(2008,3,1),DATE(2008,8,31),DATE(2008,5,1),0.1,1000,{frequency},{basis})"
+        for frequency in "124" for basis in "04"] + [
+        f"{name}(2400,39679,39813,300,{period},{rate},{basis})" for name in ("AMORLINC", "AMORDEGRC")
+        for period in range(0, 9) for rate in ("0.15", "0.3", "0.5") for basis in "014"] + [
+        f"VDB(2400,{salvage},10,{times})" for salvage in ("300", "0", "2000")
+        for times in ("0,1", "0,10", "2,5", "5,10", "0,5,1.5", "0,10,2,TRUE", "3,7,1,TRUE", "9,10")] + [
+        f"ODDL{name}(DATE(2008,4,20),DATE(2008,6,15),DATE(2007,12,24),0.0375,{last},100,2,{basis})"
+        for name, last in (("PRICE", "0.0405"), ("YIELD", "99.875")) for basis in "04"] + [
+        f"{name}({dates})" for name in ("TBILLEQ", "TBILLPRICE", "TBILLYIELD")
+        for dates in ("DATE(2008,3,31),DATE(2008,6,1),0.09", "DATE(2008,3,31),DATE(2009,3,31),0.09",
+                      "DATE(2008,3,31),DATE(2008,9,30),0.09")] + [
+        "ISPMT(0.1/12,1,36,8000000)", "ISPMT(0.1,0,3,-4000)", "ISPMT(0.1,3,3,-4000)"],
     "engineering": each("BIN2DEC HEX2DEC OCT2DEC BIN2HEX BIN2OCT HEX2BIN HEX2OCT OCT2BIN OCT2HEX", [
         "101", '"101"', '"1111111111"', '"7777777777"', '"FFFFFFFFFF"', '""', '"x"', "@B2", "-1", "0", "12345678901"]) + each(
         "DEC2BIN DEC2HEX DEC2OCT", ["5", "-5", "511", "512", "-512", "-513", "5.9", '"x"', "@B2", "5,8", "5,1", "5,-1", "1E+12"]) + each(

@@ -116,6 +116,14 @@ Value product(Call& call)
     return any ? finite(result) : Value(0.0);
 }
 
+Value percentOf(Call& call)
+{
+    double part = 0.0, whole = 0.0;
+    if (const auto failure = call.numbersOf(0, [&](double x) { part += x; })) return *failure;
+    if (const auto failure = call.numbersOf(1, [&](double x) { whole += x; })) return *failure;
+    return whole == 0.0 ? Value(Failure::Div0) : finite(part / whole);
+}
+
 Value mean(Call& call)
 {
     Mean found;
@@ -681,6 +689,13 @@ constexpr FunctionRow rows[] = {
      "smallest of the cells that meet all criteria",
      "=MINIFS({1,2,6}, {0,1,1}, 1)",
      "2"},
+    {"PERCENTOF",
+     {range(), range()},
+     Trait::Pure,
+     percentOf,
+     "share that the first numbers have in the sum of the second",
+     "=PERCENTOF({1,2}, {1,2,5})",
+     "0.375"},
     {"PRODUCT",
      {repeats(range())},
      Trait::Pure,

@@ -1,6 +1,6 @@
-// sheet/functions/Financial.cpp - loans, investments, depreciation and simple securities.
+// sheet/functions/Financial.cpp - loans, investments, depreciation and quotations.
 //
-// Money paid out is negative, money received positive. Day counts are with the dates.
+// Money paid out is negative, money received positive. Securities are in Securities.cpp.
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "sheet/format/Convert.h"
-#include "sheet/functions/DayCount.h"
 #include "sheet/functions/Function.h"
+#include "sheet/functions/Roots.h"
 
 namespace varnex3::sheet {
 namespace {
@@ -75,49 +75,6 @@ Value nper(Call& call)
     return finite(std::log((each - future * rate) / (each + present * rate)) / std::log1p(rate));
 }
 
-/// A root of f near `guess` above `least`: the secant method, then bisection between the nearest
-/// change of sign around the guess when that fails. NaN when there is none.
-double rootNear(FunctionRef<double(double)> f, double guess, double least)
-{
-    double x0 = guess, x1 = guess + 1e-3;
-    double y0 = f(x0), y1 = f(x1);
-    for (int i = 0; i < 60 && std::isfinite(y1) && x1 > least; ++i) {
-        if (y1 == 0.0) return x1;
-        if (y1 == y0) break;
-        const double x2 = x1 - y1 * (x1 - x0) / (y1 - y0);
-        if (std::fabs(x2 - x1) <= 1e-12 * std::max(1.0, std::fabs(x2)) && x2 > least) return x2;
-        x0 = x1;
-        y0 = y1;
-        x1 = x2;
-        y1 = x1 > least ? f(x1) : y1;
-    }
-    // Points to the left approach `least` by quarters, points to the right go out by quarters.
-    double left = guess, right = guess, atLeft = f(guess), atRight = atLeft, a = 0.0, b = 0.0, ya = 0.0;
-    for (int i = 0; i < 120; ++i) {
-        const double nextLeft = least + (left - least) * 0.75;
-        const double nextRight = right + 0.25 * std::max(1e-2, right - least);
-        const double yl = f(nextLeft), yr = f(nextRight);
-        if (std::isfinite(yl) && std::isfinite(atLeft) && (yl < 0.0) != (atLeft < 0.0)) {
-            a = nextLeft, b = left, ya = yl;
-            break;
-        }
-        if (std::isfinite(yr) && std::isfinite(atRight) && (yr < 0.0) != (atRight < 0.0)) {
-            a = right, b = nextRight, ya = atRight;
-            break;
-        }
-        left = nextLeft, atLeft = yl, right = nextRight, atRight = yr;
-    }
-    if (a == b) return std::numeric_limits<double>::quiet_NaN();
-    for (int i = 0; i < 200 && b - a > 1e-15 * std::max(1.0, std::fabs(a)); ++i) {
-        const double middle = a + (b - a) / 2.0, ym = f(middle);
-        if ((ym < 0.0) == (ya < 0.0))
-            a = middle;
-        else
-            b = middle;
-    }
-    return a + (b - a) / 2.0;
-}
-
 Value rate(Call& call)
 {
     const double n = call.number(0), paid = call.number(1), present = call.number(2), future = call.number(3);
@@ -176,6 +133,14 @@ Value cumulated(Call& call, bool interest)
 
 Value cumipmt(Call& call) { return cumulated(call, true); }
 Value cumprinc(Call& call) { return cumulated(call, false); }
+
+// Interest of equal repayments of a loan: what is owed falls by pv/nper a period; periods count from 0.
+Value ispmt(Call& call)
+{
+    const double n = call.number(2);
+    if (n == 0.0) return Failure::Div0;
+    return finite(call.number(0) * call.number(3) * (call.number(1) / n - 1.0));
+}
 
 double effect(double nominal, double periods)
 {
@@ -395,6 +360,33 @@ Value ddb(Call& call)
                   decliningBalance(cost, salvage, life, factor, period));
 }
 
+/// Declining balance between two points in time; whole periods that are met in part count in part. Unless
+/// `noSwitch`, a period takes the straight line over what is left of the life where that is more.
+double variableDecline(double cost, double salvage, double life, double from, double to, double factor,
+                       bool noSwitch)
+{
+    double balance = cost, total = 0.0;
+    for (double k = 0.0; k < to && k < life; k += 1.0) {
+        const double left = std::max(balance - salvage, 0.0);
+        double amount = std::min(balance * std::min(factor / life, 1.0), left);
+        if (!noSwitch) amount = std::min(std::max(amount, left / (life - k)), left);
+        const double share = std::min(k + 1.0, to) - std::max(k, from);
+        if (share > 0.0) total += amount * share;
+        balance -= amount;
+    }
+    return total;
+}
+
+Value vdb(Call& call)
+{
+    const double cost = call.number(0), salvage = call.number(1), life = call.number(2);
+    const double from = call.number(3), to = call.number(4), factor = call.number(5);
+    if (cost < 0.0 || salvage < 0.0 || life <= 0.0 || from < 0.0 || to < from || to > life || factor < 0.0)
+        return Failure::Num;
+    if (life > 1e6) return Failure::Num; // the periods are gone through one by one
+    return finite(variableDecline(cost, salvage, life, from, to, factor, call.boolean(6)));
+}
+
 // --- Quotations -----------------------------------------------------------------------------------------
 
 /// The power of ten that takes the numerator of a fraction of that denominator as decimals.
@@ -418,50 +410,6 @@ Value dollarfr(Call& call)
     return finite(whole + (price - whole) * denominator / numeratorScale(denominator));
 }
 
-/// Years from settlement to maturity of a security (arguments 0, 1 and the basis), or a failure.
-Value term(Call& call, int basis)
-{
-    if (std::floor(call.number(0)) >= std::floor(call.number(1))) return Failure::Num;
-    return yearFraction(call.number(0), call.number(1), call.number(basis), call.dates());
-}
-
-Value disc(Call& call)
-{
-    const Value years = term(call, 4);
-    const double price = call.number(2), redemption = call.number(3);
-    if (years.isFailure()) return years;
-    if (price <= 0.0 || redemption <= 0.0) return Failure::Num;
-    return finite((redemption - price) / redemption / years.number());
-}
-
-Value intrate(Call& call)
-{
-    const Value years = term(call, 4);
-    const double investment = call.number(2), redemption = call.number(3);
-    if (years.isFailure()) return years;
-    if (investment <= 0.0 || redemption <= 0.0) return Failure::Num;
-    return finite((redemption - investment) / investment / years.number());
-}
-
-Value received(Call& call)
-{
-    const Value years = term(call, 4);
-    const double investment = call.number(2), discount = call.number(3);
-    if (years.isFailure()) return years;
-    const double left = 1.0 - discount * years.number();
-    if (investment <= 0.0 || discount <= 0.0 || left <= 0.0) return Failure::Num;
-    return finite(investment / left);
-}
-
-Value pricedisc(Call& call)
-{
-    const Value years = term(call, 4);
-    const double discount = call.number(2), redemption = call.number(3);
-    if (years.isFailure()) return years;
-    if (discount <= 0.0 || redemption <= 0.0) return Failure::Num;
-    return finite(redemption - discount * redemption * years.number());
-}
-
 // clang-format off
 constexpr FunctionRow rows[] = {
 //   name          arguments                                                                       trait        body           summary                                                  example                                                   shows
@@ -469,15 +417,14 @@ constexpr FunctionRow rows[] = {
     {"CUMPRINC",   {number(), number(), number(), number(), number(), number()},                   Trait::Pure, cumprinc,      "loan paid back between two periods",                    "=ROUND(CUMPRINC(0.0075,360,125000,13,24,0),6)",          "-934.107123"},
     {"DB",         {number(), number(), number(), number(), number(12)},                           Trait::Pure, db,            "depreciation by a fixed declining balance",             "=ROUND(DB(1000000,100000,6,1,7),2)",                     "186083.33"},
     {"DDB",        {number(), number(), number(), number(), number(2)},                            Trait::Pure, ddb,           "depreciation by a doubly declining balance",            "=DDB(2400,300,10,2,1.5)",                                "306"},
-    {"DISC",       {number(), number(), number(), number(), number(0)},                            Trait::Pure, disc,          "discount rate of a security",                           "=ROUND(DISC(DATE(2007,1,25),DATE(2007,6,15),97.975,100,1),6)", "0.05242"},
     {"DOLLARDE",   {number(), number()},                                                           Trait::Pure, dollarde,      "price quoted in fractions as a decimal number",         "=DOLLARDE(1.02,16)",                                     "1.125"},
     {"DOLLARFR",   {number(), number()},                                                           Trait::Pure, dollarfr,      "decimal price as a quotation in fractions",             "=DOLLARFR(1.125,16)",                                    "1.02"},
     {"EFFECT",     {number(), number()},                                                           Trait::Pure, map2<effect>,  "effective yearly rate of interest",                     "=ROUND(EFFECT(0.0525,4),7)",                             "0.0535427"},
     {"FV",         {number(), number(), number(), number(0), number(0)},                           Trait::Pure, fv,            "worth at the end of equal payments",                    "=ROUND(FV(0.06/12,10,-200,-500,1),2)",                   "2581.4"},
     {"FVSCHEDULE", {number(), range()},                                                            Trait::Pure, fvschedule,    "worth after a series of rates of interest",             "=ROUND(FVSCHEDULE(1,{0.09,0.11,0.1}),5)",                "1.33089"},
-    {"INTRATE",    {number(), number(), number(), number(), number(0)},                            Trait::Pure, intrate,       "interest rate of a fully invested security",            "=ROUND(INTRATE(DATE(2008,2,15),DATE(2008,5,15),1000000,1014420,2),5)", "0.05768"},
     {"IPMT",       {number(), number(), number(), number(), number(0), number(0)},                 Trait::Pure, ipmt,          "interest part of a payment",                            "=ROUND(IPMT(0.1/12,1,36,8000),2)",                       "-66.67"},
     {"IRR",        {range(), number(0.1)},                                                         Trait::Pure, irr,           "internal rate of return of regular payments",           "=ROUND(IRR({-70000,12000,15000,18000,21000,26000}),6)",  "0.086631"},
+    {"ISPMT",      {number(), number(), number(), number()},                                       Trait::Pure, ispmt,         "interest of a loan paid back in equal parts",           "=ROUND(ISPMT(0.1/12,1,36,8000000),2)",                   "-64814.81"},
     {"MIRR",       {range(), number(), number()},                                                  Trait::Pure, mirr,          "rate of return with costs of money and reinvestment",   "=ROUND(MIRR({-120000,39000,30000,21000,37000,46000},0.1,0.12),6)", "0.126094"},
     {"NOMINAL",    {number(), number()},                                                           Trait::Pure, map2<nominal>, "nominal yearly rate of interest",                       "=ROUND(NOMINAL(0.053543,4),6)",                          "0.0525"},
     {"NPER",       {number(), number(), number(), number(0), number(0)},                           Trait::Pure, nper,          "number of equal payments",                              "=ROUND(NPER(0.01,-100,-1000,10000,1),6)",                "59.673866"},
@@ -485,13 +432,12 @@ constexpr FunctionRow rows[] = {
     {"PDURATION",  {number(), number(), number()},                                                 Trait::Pure, pduration,     "periods until a worth is reached",                      "=ROUND(PDURATION(0.025,2000,2200),2)",                   "3.86"},
     {"PMT",        {number(), number(), number(), number(0), number(0)},                           Trait::Pure, pmt,           "payment per period",                                    "=ROUND(PMT(0.08/12,10,10000),2)",                        "-1037.03"},
     {"PPMT",       {number(), number(), number(), number(), number(0), number(0)},                 Trait::Pure, ppmt,          "part of a payment that pays back",                      "=ROUND(PPMT(0.1/12,1,24,2000),2)",                       "-75.62"},
-    {"PRICEDISC",  {number(), number(), number(), number(), number(0)},                            Trait::Pure, pricedisc,     "price of a discounted security",                        "=ROUND(PRICEDISC(DATE(2008,2,16),DATE(2008,3,1),0.0525,100,2),4)", "99.7958"},
     {"PV",         {number(), number(), number(), number(0), number(0)},                           Trait::Pure, pv,            "present value of equal payments",                       "=ROUND(PV(0.08/12,12*20,500),2)",                        "-59777.15"},
     {"RATE",       {number(), number(), number(), number(0), number(0), number(0.1)},              Trait::Pure, rate,          "rate of interest per period",                           "=ROUND(RATE(48,-200,8000),6)",                           "0.007701"},
-    {"RECEIVED",   {number(), number(), number(), number(), number(0)},                            Trait::Pure, received,      "amount received at maturity",                           "=ROUND(RECEIVED(DATE(2008,2,15),DATE(2008,5,15),1000000,0.0575,2),2)", "1014584.65"},
     {"RRI",        {number(), number(), number()},                                                 Trait::Pure, rri,           "rate of growth per period",                             "=ROUND(RRI(96,10000,11000),7)",                          "0.0009933"},
     {"SLN",        {number(), number(), number()},                                                 Trait::Pure, sln,           "depreciation in equal parts",                           "=SLN(30000,7500,10)",                                    "2250"},
     {"SYD",        {number(), number(), number(), number()},                                       Trait::Pure, syd,           "depreciation by the sum of the years' digits",          "=ROUND(SYD(30000,7500,10,1),2)",                         "4090.91"},
+    {"VDB",        {number(), number(), number(), number(), number(), number(2), boolean(false)},  Trait::Pure, vdb,           "depreciation by a declining balance between two times", "=ROUND(VDB(2400,300,120,6,18),2)",                       "396.31"},
     {"XIRR",       {range(), range(), number(0.1)},                                                Trait::Pure, xirr,          "internal rate of return of dated payments",             "=ROUND(XIRR({-10000,2750,4250,3250,2750},{39448,39508,39751,39859,39904}),6)", "0.373363"},
     {"XNPV",       {number(), range(), range()},                                                   Trait::Pure, xnpv,          "present value of dated payments",                       "=ROUND(XNPV(0.09,{-10000,2750,4250,3250,2750},{39448,39508,39751,39859,39904}),2)", "2086.65"},
 };

@@ -12,10 +12,11 @@ namespace {
 std::vector<const FunctionRow*> collectRows()
 {
     std::vector<const FunctionRow*> all;
-    for (const auto family : {mathematicsFunctions(), logicFunctions(), informationFunctions(),
-                              lookupFunctions(), matrixFunctions(), arrayFunctions(), aggregateFunctions(),
-                              statisticsFunctions(), distributionFunctions(), textFunctions(),
-                              dateFunctions(), financialFunctions(), engineeringFunctions()})
+    for (const auto family :
+         {mathematicsFunctions(), logicFunctions(), informationFunctions(), lookupFunctions(),
+          matrixFunctions(), arrayFunctions(), aggregateFunctions(), statisticsFunctions(),
+          distributionFunctions(), textFunctions(), dateFunctions(), financialFunctions(),
+          securityFunctions(), databaseFunctions(), textFormFunctions(), engineeringFunctions()})
         for (const FunctionRow& row : family) all.push_back(&row);
     std::sort(all.begin(), all.end(), [](const auto* a, const auto* b) { return a->name < b->name; });
     return all;

@@ -251,6 +251,9 @@ std::span<const FunctionRow> distributionFunctions(); // probability distributio
 std::span<const FunctionRow> textFunctions();
 std::span<const FunctionRow> dateFunctions();
 std::span<const FunctionRow> financialFunctions();
+std::span<const FunctionRow> securityFunctions();
+std::span<const FunctionRow> databaseFunctions();
+std::span<const FunctionRow> textFormFunctions(); // values and arrays as texts, for formulas and addresses
 std::span<const FunctionRow> engineeringFunctions();
 
 } // namespace varnex3::sheet
