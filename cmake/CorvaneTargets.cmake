@@ -9,6 +9,7 @@ target_include_directories(corvane_flags INTERFACE ${CMAKE_CURRENT_SOURCE_DIR}/s
 target_compile_options(corvane_flags INTERFACE
     -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wcast-qual -Werror
     -ffp-contract=off
+    $<$<BOOL:${WIN32}>:-fno-math-errno> # square roots by the instruction: the library function there rounds twice
     $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict>) # false alarms on text + text
 if(CORVANE_SANITIZE)
     target_compile_options(corvane_flags INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
