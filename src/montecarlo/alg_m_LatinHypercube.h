@@ -4,19 +4,25 @@
 // resolving of parameter ids are c_MonteCarlo's.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "runtime/Array.h"
 
 namespace varnex3::alg_m_LatinHypercube {
 
+/// Called once in a million draws or exchanges, so that a batch of millions of trials can be given up. When
+/// it raises, the batch is left half made.
+using Interlude = std::function<void()>;
+
 /// Fills a batch: one row per trial, one column per parameter, entries in [0, 1].
 /// @param corrMatrix  parameter x parameter; only read with `useCorrelations`
+/// @param interlude   never called for batches of fewer than 100,000 entries
 /// @draws  plain: row by row. Latin hypercube: the shuffle column by column, i = n..2 within each, then the
 ///         place within its stratum row by row
 /// @source [MBC79]; the induction of rank correlations after [IC82]
-void CreateInputMatrix(Array2<double>& P, const Array2<double>& corrMatrix, bool useLHS,
-                       bool useCorrelations);
+void CreateInputMatrix(Array2<double>& P, const Array2<double>& corrMatrix, bool useLHS, bool useCorrelations,
+                       const Interlude& interlude = {});
 
 /// A whole number in lo..hi; the two ends are half as likely as the inner ones.
 /// @draws  one

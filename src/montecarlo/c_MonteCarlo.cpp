@@ -98,12 +98,11 @@ void c_MonteCarlo::Clear()
     lastTrial_ = 0;
     yStats_.clear();
     ySums_.clear();
-    sorted_.clear();
-    yUnsorted_.clear();
-    xUnsorted_.clear();
+    trials_ = {};
     rankCorrelations_.clear();
     varContribs_.clear();
     moments_.clear();
+    closed_ = {};
     trialX_.clear();
     corrMatrix_.clear();
     accepted_.clear();
@@ -115,7 +114,8 @@ void c_MonteCarlo::SortYs()
 {
     Procedure here{"c_MonteCarlo", "SortYs"};
 
-    for (Long j : oneTo(sorted_.size2())) alg_m_Sorting::Sort3D(sorted_, 1, lastTrial_, j, true);
+    for (Long j : oneTo(trials_.sorted.size2()))
+        alg_m_Sorting::Sort3D(trials_.sorted, 1, lastTrial_, j, true);
 }
 
 double c_MonteCarlo::yStats(Long yIndex, Long statNum) const
@@ -130,22 +130,26 @@ double c_MonteCarlo::ySums(Long yIndex, Long momentNum) const
 
 double c_MonteCarlo::ySorted(Long yIndex, Long trial) const
 {
-    return within(yIndex, sorted_.size2()) && within(trial, lastTrial_) ? sorted_(1, yIndex, trial) : 0.0;
+    return within(yIndex, trials_.sorted.size2()) && within(trial, lastTrial_)
+               ? trials_.sorted(1, yIndex, trial)
+               : 0.0;
 }
 
 double c_MonteCarlo::yPassFail(Long yIndex, Long trial) const
 {
-    return within(yIndex, sorted_.size2()) && within(trial, lastTrial_) ? sorted_(2, yIndex, trial) : 0.0;
+    return within(yIndex, trials_.sorted.size2()) && within(trial, lastTrial_)
+               ? trials_.sorted(2, yIndex, trial)
+               : 0.0;
 }
 
 double c_MonteCarlo::yUnsorted(Long yIndex, Long trial) const
 {
-    return within(trial, lastTrial_) ? elementOrZero(yUnsorted_, trial, yIndex) : 0.0;
+    return within(trial, lastTrial_) ? elementOrZero(trials_.y, trial, yIndex) : 0.0;
 }
 
 double c_MonteCarlo::xUnsorted(Long xIndex, Long trial) const
 {
-    return within(trial, lastTrial_) ? elementOrZero(xUnsorted_, trial, xIndex) : 0.0;
+    return within(trial, lastTrial_) ? elementOrZero(trials_.x, trial, xIndex) : 0.0;
 }
 
 double c_MonteCarlo::VarContribs(Long xIndex, Long yIndex) const

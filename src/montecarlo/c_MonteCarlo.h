@@ -104,14 +104,31 @@ private:
         double stat(Long statNum) const; // 1..4 as in yStats
     };
     struct Run; // what one call of RunMC needs and nobody else
+    using CorrelationEntries = std::vector<std::array<std::string, 3>>; // two parameters, the coefficient
 
-    bool runTrials(Procedure& here, Run& run, bool dbg);
+    /// Every trial's values. The room for all trials of a run is made before the first one, so that appending
+    /// one copies nothing and the stores never take more than their final size.
+    struct Trials {
+        Array3<double> sorted; // value and mark x response x trial
+        Array2<double> y;      // trial x response: a batch is its last rows
+        Array2<double> x;      // trial x parameter
+
+        void start(Long nx, Long ny, Long expected);
+        void resize(Long trials);
+        void shrinkToFit(); // after a run that was cut short
+    };
+
+    void prepare(Procedure& here, Run& run, bool dbg);
+    bool runTrials(Procedure& here, Run& run);
     bool drawTrial(Run& run, Long pos);
     void readResponses(Run& run);
     void accumulate(Run& run, Long t);
     void restoreFormula(const Run& run, Long i);
     void restoreFormulas(const Run& run);
     void ReportProgress(const std::string& text, Long i, Long n);
+    void reportTrial(Run& run, Long t);
+    void noticeCancel();
+    void raiseOnCancel();
     void RestoreHostState();
     void AddToArrays(const Array1<double>& xRow, const Array1<double>& yRow, Long t);
     void CalcStatistics();
@@ -130,11 +147,9 @@ private:
     bool forOpt_ = false;  // of the running call
     Long calculation_ = 0; // the host's mode before the run
 
-    Array2<double> yStats_;                         // response x 7
-    Array2<double> ySums_;                          // response x 6
-    Array3<double> sorted_;                         // value and mark x response x trial
-    Array2<double> yUnsorted_;                      // trial x response: a batch is its last rows
-    Array2<double> xUnsorted_;                      // trial x parameter
+    Array2<double> yStats_; // response x 7
+    Array2<double> ySums_;  // response x 6
+    Trials trials_;
     Array2<double> rankCorrelations_, varContribs_; // parameter x response
     Array1<CentralMoments> moments_;                // by response
     struct {
@@ -147,8 +162,8 @@ private:
 
     Array2<double> corrMatrix_; // parameter x parameter
     bool correlationsUnusable_ = false;
-    std::vector<std::array<std::string, 3>> accepted_; // entries by id
-    std::vector<std::array<std::string, 3>> listed_;   // the same with names and the coefficients in use
+    CorrelationEntries accepted_; // by id
+    CorrelationEntries listed_;   // the same with names and the coefficients in use
 };
 
 } // namespace varnex3

@@ -2,6 +2,7 @@
 //
 // Completing, checking and repairing a list is alg_m_LatinHypercube's.
 #include <algorithm>
+#include <utility>
 
 #include "host/alg_m_XLinterface.h"
 #include "montecarlo/alg_m_LatinHypercube.h"
@@ -51,33 +52,38 @@ void c_MonteCarlo::AddCorrelations(const Array2<std::string>& corrList)
     Procedure here{"c_MonteCarlo", "AddCorrelations"};
 
     here.at(1);
+    bool any = false;
+    CorrelationEntries accepted = accepted_; // kept once its coefficients have been read
     for (Long i : oneTo(corrList.cols())) {
         const Long a = XIndexOf(corrList(1, i)), b = XIndexOf(corrList(2, i));
         if (a == 0 || b == 0 || a == b) continue;
         if (Xs(a)->xType != xTypes::Noise || Xs(b)->xType != xTypes::Noise) continue;
         const std::array<std::string, 3> entry = {corrList(1, i), corrList(2, i), corrList(3, i)};
-        const auto known = std::find_if(accepted_.begin(), accepted_.end(), [&](const auto& other) {
+        const auto known = std::find_if(accepted.begin(), accepted.end(), [&](const auto& other) {
             return std::minmax(other[0], other[1]) == std::minmax(entry[0], entry[1]);
         });
-        if (known == accepted_.end())
-            accepted_.push_back(entry);
+        if (known == accepted.end())
+            accepted.push_back(entry);
         else
             (*known)[2] = entry[2];
+        any = true;
     }
 
     here.at(2);
-    if (CountX() < 2 || accepted_.empty()) return;
+    if (CountX() < 2 || !any) return;
 
     here.at(3);
-    Array2<std::string> working(3, static_cast<Long>(accepted_.size()));
+    Array2<std::string> working(3, static_cast<Long>(accepted.size()));
     for (Long i : oneTo(working.cols()))
         for (Long element : {1, 2, 3})
             working(element, i) =
-                accepted_[static_cast<std::size_t>(i - 1)][static_cast<std::size_t>(element - 1)];
+                accepted[static_cast<std::size_t>(i - 1)][static_cast<std::size_t>(element - 1)];
     AddImpliedCorrelations(working);
     Array2<double> matrix, factor;
     Array1<std::string> ids;
     MakeCorrMatrix(working, matrix, ids);
+    accepted_ = std::move(accepted);
+    listed_ = accepted_; // by id, in case the matrix cannot be used
 
     here.at(4);
     if (Cholesky(matrix, factor) != 0) {

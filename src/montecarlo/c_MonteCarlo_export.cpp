@@ -116,7 +116,7 @@ void c_MonteCarlo::writeData(Procedure& here, std::string& wbName)
         const Long b = (t - 1) / kTrialsPerSheet + 1, r = (t - 1) % kTrialsPerSheet + 2;
         for (Long c : oneTo(columnBlocks)) sheetAt(b, c).Cells(r, 1, t);
         for (Long v : oneTo(variables))
-            sheetAt(b, blockOf(v)).Cells(r, columnOf(v), v <= nx ? xUnsorted_(t, v) : yUnsorted_(t, v - nx));
+            sheetAt(b, blockOf(v)).Cells(r, columnOf(v), v <= nx ? trials_.x(t, v) : trials_.y(t, v - nx));
     }
 
     here.at(11);

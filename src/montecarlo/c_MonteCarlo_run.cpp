@@ -105,22 +105,22 @@ bool c_MonteCarlo::RunMC(bool dbg, bool forOpt)
     Run run;
     forOpt_ = forOpt;
     try {
-        return runTrials(here, run, dbg);
+        prepare(here, run, dbg);
+        if (runTrials(here, run)) return true;
+        trials_.shrinkToFit();
+        return false;
     } catch (...) {
         reportError(here);
         if (run.formulasSaved) // one cell that the host refuses does not keep the others from theirs
             for (Long i : oneTo(run.savedFormulas.size())) attempt([&] { restoreFormula(run, i); });
         if (run.hostChanged) attempt([&] { RestoreHostState(); });
-        attempt([&] { // a run cut short gives back what it had set aside for the rest
-            sorted_.shrinkToFit();
-            xUnsorted_.shrinkToFit();
-            yUnsorted_.shrinkToFit();
-        });
+        attempt([&] { trials_.shrinkToFit(); });
         return false;
     }
 }
 
-bool c_MonteCarlo::runTrials(Procedure& here, Run& run, bool dbg)
+/// Steps 2 to 13.
+void c_MonteCarlo::prepare(Procedure& here, Run& run, bool dbg)
 {
     const Long nx = CountX(), ny = CountY();
     c_Formulation& f = *formulation_;
@@ -146,12 +146,7 @@ bool c_MonteCarlo::runTrials(Procedure& here, Run& run, bool dbg)
     limitsCrossed_.assign(static_cast<std::size_t>(ny), 0);
     rankCorrelations_.resize(nx, ny);
     varContribs_.resize(nx, ny);
-    xUnsorted_.resize(0, nx);
-    yUnsorted_.resize(0, ny);
-    sorted_.resize(2, ny, 0);
-    xUnsorted_.reserveRows(numTrials);
-    yUnsorted_.reserveRows(numTrials);
-    sorted_.reserveLast(numTrials);
+    trials_.start(nx, ny, numTrials);
 
     here.at(5);
     if (dbg) ui::showMessage("zeroing Y sums");
@@ -200,25 +195,25 @@ bool c_MonteCarlo::runTrials(Procedure& here, Run& run, bool dbg)
         run.yCells.append(y.Formula);
         run.limits.push_back({Limit(y.lsl), Limit(y.usl)});
     }
+}
 
+/// Steps 14 and 15. False when a draw was refused.
+bool c_MonteCarlo::runTrials(Procedure& here, Run& run)
+{
+    host::Application& host = required(application_);
     const Long refresh = refreshRate_ < 1 ? kDefaultRefreshRate : refreshRate_;
-    std::string& status = run.status;
+
     for (Long t : oneTo(numTrials)) {
         here.at(1401);
         const Long pos = (t - 1) % sampleSize + 1;
         if (pos == 1) {
             here.at(1402);
             ReportProgress("Creating batch of parameter values.", t, numTrials);
-            alg_m_LatinHypercube::CreateInputMatrix(run.probabilities, corrMatrix_, useLHS, useCorrelations);
+            alg_m_LatinHypercube::CreateInputMatrix(run.probabilities, corrMatrix_, useLHS, useCorrelations,
+                                                    [this] { noticeCancel(); });
         }
         here.at(1403);
-        if (!forOpt_) {
-            status.assign("Running trial ");
-            appendNumber(status, t);
-            status.append(" of ");
-            appendNumber(status, numTrials);
-            ReportProgress(status, t, numTrials);
-        }
+        reportTrial(run, t);
         here.at(1404);
         if (!drawTrial(run, pos)) {
             RestoreHostState();
@@ -302,7 +297,7 @@ void c_MonteCarlo::accumulate(Run& run, Long t)
             ySums_(j, 6) += 1.0;
             mark = 0.0;
         }
-        sorted_(2, j, t) = mark;
+        trials_.sorted(2, j, t) = mark;
         if (limits.lower.isSet() && limits.upper.isSet() && limits.lower.value() > limits.upper.value())
             limitsCrossed_[static_cast<std::size_t>(j - 1)] = 1;
     }
@@ -326,13 +321,37 @@ void c_MonteCarlo::ReportProgress(const std::string& text, Long i, Long n)
 {
     if (forOpt_) return;
     required(application_).StatusBar(text);
-    alg_f_MonteCarloStatus& window = monteCarloStatusWindow();
-    if (window.cancelRequest) {
-        window.cancelRequest = false;
-        raise(errors::UserInterrupt);
-    }
-    window.UpdateMe(text, i, n);
+    raiseOnCancel();
+    monteCarloStatusWindow().UpdateMe(text, i, n);
     ui::userInterface().processEvents();
+}
+
+/// The status step of a trial.
+void c_MonteCarlo::reportTrial(Run& run, Long t)
+{
+    if (forOpt_) return;
+    std::string& status = run.status;
+    status.assign("Running trial ");
+    appendNumber(status, t);
+    status.append(" of ");
+    appendNumber(status, numTrials);
+    ReportProgress(status, t, numTrials);
+}
+
+/// Between two status steps that lie far apart: a cancel counts, and the host is left alone.
+void c_MonteCarlo::noticeCancel()
+{
+    if (forOpt_) return;
+    ui::userInterface().processEvents();
+    raiseOnCancel();
+}
+
+void c_MonteCarlo::raiseOnCancel()
+{
+    alg_f_MonteCarloStatus& window = monteCarloStatusWindow();
+    if (!window.cancelRequest) return;
+    window.cancelRequest = false;
+    raise(errors::UserInterrupt);
 }
 
 void c_MonteCarlo::RestoreHostState()
@@ -344,20 +363,42 @@ void c_MonteCarlo::RestoreHostState()
     host.Calculation(calculation_);
 }
 
-/// Keeps the trial's values: appended to every store, whose room was made before the first trial.
+/// Keeps the trial's values: appended to every store.
 void c_MonteCarlo::AddToArrays(const Array1<double>& xRow, const Array1<double>& yRow, Long t)
 {
     Procedure here{"c_MonteCarlo", "AddToArrays"};
 
     here.at(1);
-    yUnsorted_.resizeRowsKeep(t);
-    xUnsorted_.resizeRowsKeep(t);
-    sorted_.resizeLastKeep(t);
+    trials_.resize(t);
     here.at(2);
-    std::copy(xRow.begin(), xRow.end(), xUnsorted_.row(t).begin());
+    std::copy(xRow.begin(), xRow.end(), trials_.x.row(t).begin());
     here.at(3);
-    std::copy(yRow.begin(), yRow.end(), yUnsorted_.row(t).begin());
-    for (Long j : oneTo(yRow.size())) sorted_(1, j, t) = yRow(j);
+    std::copy(yRow.begin(), yRow.end(), trials_.y.row(t).begin());
+    for (Long j : oneTo(yRow.size())) trials_.sorted(1, j, t) = yRow(j);
+}
+
+void c_MonteCarlo::Trials::start(Long nx, Long ny, Long expected)
+{
+    sorted.resize(2, ny, 0);
+    y.resize(0, ny);
+    x.resize(0, nx);
+    sorted.reserveLast(expected);
+    y.reserveRows(expected);
+    x.reserveRows(expected);
+}
+
+void c_MonteCarlo::Trials::resize(Long trials)
+{
+    sorted.resizeLastKeep(trials);
+    y.resizeRowsKeep(trials);
+    x.resizeRowsKeep(trials);
+}
+
+void c_MonteCarlo::Trials::shrinkToFit()
+{
+    sorted.shrinkToFit();
+    y.shrinkToFit();
+    x.shrinkToFit();
 }
 
 } // namespace varnex3

@@ -120,10 +120,8 @@ bool c_MonteCarlo::CompleteEarly(bool wholeBatchesOnly)
         ySums_ = closed_.ySums;
         moments_ = closed_.moments;
     }
-    yUnsorted_.resizeRowsKeep(lastTrial_); // a trial may have been kept and not counted
-    xUnsorted_.resizeRowsKeep(lastTrial_);
-    sorted_.resizeLastKeep(lastTrial_);
-    forOpt_ = true; // the progress window is gone
+    trials_.resize(lastTrial_); // a trial may have been kept and not counted
+    forOpt_ = true;             // the progress window is gone
     CalcStatistics();
     return true;
 }
@@ -173,7 +171,7 @@ void c_MonteCarlo::CreateRanks(Long k, Long n, Array2<double>& ranks, double& T)
 
     here.at(2);
     const bool isX = k <= CountX();
-    const Array2<double>& store = isX ? xUnsorted_ : yUnsorted_;
+    const Array2<double>& store = isX ? trials_.x : trials_.y;
     const Long column = isX ? k : k - CountX(), before = store.rows() - n;
     std::vector<alg_m_Sorting::Keyed> values; // with the trial of the batch; ties share their mean rank
     values.reserve(static_cast<std::size_t>(n));

@@ -218,8 +218,6 @@ double c_Distribution::stdev()
 
 Probability c_Distribution::share(double x) const { return family_->probability(values_, x); }
 
-Support c_Distribution::limits() const { return ends_; }
-
 /// A probability of the truncated distribution as one of the whole family; each tail from its own side.
 Probability c_Distribution::truncated(const Probability& p) const
 {
@@ -277,26 +275,25 @@ double c_Distribution::pdf(double x, bool /*flag*/, std::optional<double> previo
     return part * density / inside;
 }
 
-double c_Distribution::xMin(double k)
+/// Ends of the range that covers the component: k standard deviations on either side, inside support and
+/// limits. Families of points: all of them and a margin, so that none lies in the first half step.
+Support c_Distribution::graphEnds(double k)
 {
     require();
-    const double range =
-        ends_.upper - ends_.lower; // points: a margin, so that none lies in the first half step
-    if (!family_->pdf) return ends_.lower - (range > 0.0 ? 0.05 * range : 0.5);
+    if (!family_->pdf) {
+        const double range = ends_.upper - ends_.lower, margin = range > 0.0 ? 0.05 * range : 0.5;
+        return {ends_.lower - margin, ends_.upper + margin};
+    }
     const double low = std::max(ends_.lower, moments_.mean - k * moments_.stdev);
     const double high = std::min(ends_.upper, moments_.mean + k * moments_.stdev);
-    return low < high ? low : RandVal(normalProbability(-k).below); // limits beyond k standard deviations
+    if (low < high) return {low, high};
+    const double tail = normalProbability(-k).below; // limits beyond k standard deviations
+    return {RandVal(tail), RandVal(1.0 - tail)};
 }
 
-double c_Distribution::xMax(double k)
-{
-    require();
-    const double range = ends_.upper - ends_.lower;
-    if (!family_->pdf) return ends_.upper + (range > 0.0 ? 0.05 * range : 0.5);
-    const double low = std::max(ends_.lower, moments_.mean - k * moments_.stdev);
-    const double high = std::min(ends_.upper, moments_.mean + k * moments_.stdev);
-    return low < high ? high : RandVal(1.0 - normalProbability(-k).below);
-}
+double c_Distribution::xMin(double k) { return graphEnds(k).lower; }
+
+double c_Distribution::xMax(double k) { return graphEnds(k).upper; }
 
 void c_Distribution::resizeArrays(Long n)
 {
@@ -336,6 +333,12 @@ double c_Distribution::CalcStdev(double& mean)
     return std::sqrt(square / area(graphX_, graphOL_));
 }
 
+bool isTruncated(const DistributionComponent& component)
+{
+    return !unlimited(component.LTL(), component.NegInfinity()) ||
+           !unlimited(component.UTL(), component.PosInfinity());
+}
+
 void fillDistribution(c_Parameter& parameter)
 {
     const bool noise = parameter.xType == xTypes::Noise;
@@ -368,9 +371,7 @@ std::optional<Moments> closedFormMoments(c_Parameter& parameter)
     for (Long i : oneTo(parameter.dist->Count())) {
         DistributionComponent& component = *parameter.dist->Item(i);
         std::string reason;
-        if (!component.ParamsOK(reason) || !unlimited(component.LTL(), component.NegInfinity()) ||
-            !unlimited(component.UTL(), component.PosInfinity()))
-            return std::nullopt;
+        if (!component.ParamsOK(reason) || isTruncated(component)) return std::nullopt;
         const double weight = parameter.dist->Count() == 1 ? 1.0 : component.ScaleFactor;
         total += weight;
         mean += weight * component.mean();

@@ -79,7 +79,7 @@ private:
     void require();
     Probability share(double x) const; // probability of the family on either side, before truncation
     Probability truncated(const Probability& p) const;
-    Support limits() const; // support cut by the truncation limits
+    Support graphEnds(double k);
 
     std::string distType_;
     std::array<Variant, 4> params_;
@@ -92,11 +92,14 @@ private:
     double lower_ = 0.0, upper_ = 0.0;
     const Family* family_ = nullptr; // Discrete when the component is a single point
     FamilyValues values_;
-    Support ends_; // limits() of the prepared component
+    Support ends_; // of the support, cut by the limits
     Moments moments_;
     bool cut_ = false;              // a limit removes probability
     Probability atLower_, atUpper_; // of the family, outside the limits on each side
 };
+
+/// Whether either truncation limit is other than the value that stands for none.
+bool isTruncated(const DistributionComponent& component);
 
 /// Gives a "Noise" or "Constant" parameter whose `dist` is empty its single component: from DistType,
 /// DistParam1 to DistParam3, LTL and UTL ("Constant": a point). A filled `dist` is left alone.

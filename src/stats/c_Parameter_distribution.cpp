@@ -13,20 +13,15 @@ namespace {
 
 using Components = KeyedCollection<DistributionComponent>;
 
-bool unlimited(const Variant& limit, double infinity)
-{
-    const Variant value = alg_m_XLinterface::valueOf(limit);
-    return isEmptyText(value) || (isNumeric(value) && toDouble(value) == infinity);
-}
-
 /// "Parameter <name> in <workbook>.<sheet>.<address>", as far as the host answers.
 std::string whereabouts(const c_Parameter& parameter)
 {
     std::string workbook, sheet, address;
     attempt([&] {
-        address = parameter.mean->Address();
-        sheet = parameter.mean->Worksheet()->Name();
-        workbook = parameter.mean->Worksheet()->Parent()->Name();
+        host::Range& cell = required(parameter.mean);
+        address = cell.Address();
+        sheet = cell.Worksheet()->Name();
+        workbook = cell.Worksheet()->Parent()->Name();
     });
     return "Parameter " + parameter.Name + " in " + workbook + "." + sheet + "." + address;
 }
@@ -49,7 +44,7 @@ void c_Parameter::InitDist()
         if (!dist) dist = std::make_shared<Components>();
         if (dist->Count() == 0) dist->Add(std::make_shared<c_Distribution>());
         while (dist->Count() > 1) dist->Remove(1);
-        const double m = toDouble(mean->Value());
+        const double m = toDouble(required(mean).Value());
         const double s =
             toDouble(alg_m_XLinterface::IsRange(stdev) ? alg_m_XLinterface::valueOf(stdev) : stdev);
         DistributionComponent& component = *dist->Item(1);
@@ -87,7 +82,7 @@ double c_Parameter::RandVal(double rndP, std::string& errorString)
     Procedure here{"c_Parameter", "RandVal"};
     try {
         here.at(1);
-        if (xType == xTypes::Constant) return toDouble(mean->Value());
+        if (xType == xTypes::Constant) return toDouble(required(mean).Value());
 
         here.at(2);
         if (!dist) raise(errors::ObjectNotSet);
@@ -139,8 +134,7 @@ void c_Parameter::CalcMoments(Long& numPoints)
     here.at(2);
     if (n == 1) {
         DistributionComponent& only = *dist->Item(1);
-        if (unlimited(only.LTL(), only.NegInfinity()) && unlimited(only.UTL(), only.PosInfinity()) &&
-            only.DistType() != "Johnson") {
+        if (!isTruncated(only) && only.DistType() != "Johnson") {
             computedMean_ = only.mean();
             computedStDev_ = only.stdev();
             return;

@@ -57,6 +57,15 @@ TEST_F(MonteCarloCorrelations, OnlyPairsOfNoiseParametersAreTaken)
     EXPECT_EQ(listed(), Lines{});
 }
 
+TEST_F(MonteCarloCorrelations, ACoefficientThatIsNoNumberLeavesWhatWasAcceptedBefore)
+{
+    add({{"x1", "x2", "0.5"}});
+    test::expectRaises(errors::TypeMismatch, [&] { add({{"x2", "x3", "strong"}}); });
+    EXPECT_EQ(listed(), (Lines{"Input 1, Input 2, 0.5"}));
+    add({{"x1", "x3", "0.25"}});
+    EXPECT_EQ(listed(), (Lines{"Input 1, Input 2, 0.5", "Input 1, Input 3, 0.25"}));
+}
+
 TEST_F(MonteCarloCorrelations, AnInconsistentListIsRepairedAndReadBackAsApplied)
 {
     const std::initializer_list<std::array<const char*, 3>> entries = {
@@ -76,6 +85,7 @@ TEST_F(MonteCarloCorrelations, AnInconsistentListIsRepairedAndReadBackAsApplied)
     double product = 0.0;
     for (Long t : oneTo(2000)) product += (mc.xUnsorted(1, t) - 0.5) * (mc.xUnsorted(3, t) - 0.5) / 2000.0;
     EXPECT_NEAR(product * 12.0, -0.5, 0.07); // scores of uniform columns approach the target
+    add({{"x1", "x4", "0.5"}});              // nothing accepted, nothing to say
     EXPECT_EQ(user.boxes.size(), 1u);        // the repaired matrix passes in every batch
 }
 

@@ -296,6 +296,46 @@ TEST_F(MonteCarloTest, CancelEndsTheRunAndKeepsTheTrialsDone)
     EXPECT_FALSE(monteCarloStatusWindow().visible);
     user.onEvents = {};
     EXPECT_TRUE(run());
+    mc.Clear();
+    EXPECT_FALSE(mc.CompleteEarly(true)); // nothing is left of any run
+}
+
+// One batch of millions of trials takes long to draw: Cancel is noticed on the way, with no status step.
+TEST_F(MonteCarloTest, CancelWhileALargeBatchIsDrawn)
+{
+    for (int i = 0; i < 3; ++i) addX("Uniform", 0, 1);
+    addY(x1);
+    sheet.set("A1", 42);
+    mc.numTrials = mc.sampleSize = 1000000;
+    mc.LoadFormulation(f);
+    mc.ClearCorrelations();
+    struct Case {
+        bool lhs, correlated;
+        Long atCall; // after that of the status step
+    };
+    // 3 million draws; as many exchanges of the shuffle before them; the sorts of the induction
+    for (const Case& c : {Case{false, false, 3}, Case{true, false, 6}, Case{false, true, 6}}) {
+        SCOPED_TRACE(c.atCall);
+        mc.useLHS = c.lhs;
+        mc.useCorrelations = c.correlated;
+        user.events = 0;
+        user.onEvents = [&c](Long call) {
+            if (call == c.atCall) monteCarloStatusWindow().CancelButton_Click();
+        };
+        host->take();
+        EXPECT_FALSE(mc.RunMC());
+        EXPECT_EQ(mc.LastTrial(), 0);
+        EXPECT_THAT(errorWindow().Label1,
+                    HasSubstr("varnex3.alg_m_LatinHypercube.CreateInputMatrix at line " +
+                              std::to_string(c.correlated ? 3
+                                             : c.lhs      ? 2
+                                                          : 1)));
+        const Lines calls = host->take();
+        EXPECT_EQ(std::count_if(calls.begin(), calls.end(),
+                                [](const std::string& line) { return line.rfind("StatusBar=C", 0) == 0; }),
+                  1);
+        EXPECT_EQ(sheet.number("A1"), 42.0);
+    }
 }
 
 TEST_F(MonteCarloTest, AConstantKeepsItsCellAndParametersFollowTheCalculationSequence)

@@ -42,6 +42,19 @@ protected:
     c_Parameter x;
 };
 
+TEST_F(ParameterDistribution, AParameterWithoutACellIsAnErrorOnly)
+{
+    x.mean = nullptr;
+    std::string reason;
+    for (const char* kind : {xTypes::Constant, xTypes::Continuous}) {
+        x.xType = kind;
+        test::expectRaises(errors::ObjectNotSet, [&] {
+            if (x.xType == xTypes::Constant) x.RandVal(0.5, reason);
+            x.InitDist();
+        });
+    }
+}
+
 TEST_F(ParameterDistribution, InitDistGivesSearchedKindsTheirDefault)
 {
     x.xType = xTypes::Continuous;
