@@ -55,14 +55,53 @@ double nonConformance(const std::optional<double>& L, const std::optional<double
     return p > 1.0 ? 1.0 : p;
 }
 
-/// The responses around one input, and where the work stands when an error interrupts it.
+void zeroColumn(Array2<double>& derivs, Long i)
+{
+    for (Long j : oneTo(derivs.rows())) derivs(j, i) = 0.0;
+}
+
+/// What the two methods share: a parameter that does not vary has derivatives 0 and costs nothing. The cell
+/// of every other must hold a number; the formula of a "Noise" one goes back after `differentiate(i, cell)`.
+/// An error that interrupts it puts the formula back too, and `describe(i)` may add to its description.
+template <class Differentiate, class Describe>
+void forEachVarying(Procedure& here, const char* name, OptimizationRun& d, Array2<double>& Derivs1,
+                    Array2<double>& derivs2, const Array1<double>& xStDevs, Differentiate differentiate,
+                    Describe describe)
+{
+    for (Long i : oneTo(d.f->CountX())) {
+        here.at(1);
+        c_Parameter& x = parameter(d, i);
+        if (!varies(x, xStDevs(i))) {
+            zeroColumn(Derivs1, i);
+            zeroColumn(derivs2, i);
+            continue;
+        }
+        here.at(2);
+        SavedFormula formula{required(x.mean)};
+        try {
+            alg_m_XLinterface::CheckCell(formula.cell(), name, false, false);
+            saveFormula(formula, x);
+            here.at(3);
+            differentiate(i, formula.cell());
+            here.at(4);
+            formula.putBack();
+        } catch (...) {
+            adoptForeignException();
+            formula.putBackInHandler();
+            describe(i);
+            throw Raised{};
+        }
+    }
+}
+
+/// The responses around one input, and where the work on it stands.
 struct QuickPoint {
     Array1<ResponseTriple> responses; // per response
     Long j = 1;                       // the response at work
-    std::optional<double> x0;         // once numbers stand in the input cell
 };
 
-/// Values at x0 + h, x0 - h and x0, in this order; x0 stays in the cell. Returns h.
+/// Values at x0 + h, x0 - h and x0, in this order; x0 stays in the cell, also when an error interrupts.
+/// Returns h.
 double moveAndRead(OptimizationRun& d, host::Range& x, QuickPoint& point)
 {
     const double x0 = toDouble(x.Value());
@@ -75,75 +114,50 @@ double moveAndRead(OptimizationRun& d, host::Range& x, QuickPoint& point)
             point.responses(j).*member = required(response(d, j).Formula).Value();
         }
     };
-    point.x0 = x0;
-    readAt(x0 + h, &ResponseTriple::plus);
-    readAt(x0 - h, &ResponseTriple::minus);
-    readAt(x0, &ResponseTriple::at);
-    return h;
-}
-
-/// The derivatives with respect to input i, into column i.
-void differentiateQuickly(OptimizationRun& d, Array2<double>& Derivs1, Array2<double>& derivs2, Long i,
-                          Long order, SavedFormula& formula, QuickPoint& point)
-{
-    host::Range& x = formula.cell();
-    alg_m_XLinterface::CheckCell(x, "CalcAllDerivsQuick", false, false);
-    saveFormula(formula, parameter(d, i));
-    const double h = moveAndRead(d, x, point);
-    for (Long j : oneTo(d.f->CountY())) {
-        point.j = j;
-        Derivs1(j, i) = firstQuotient(point.responses(j), h);
-        derivs2(j, i) = order == 2 ? secondQuotient(point.responses(j), h) : 0.0;
+    try {
+        readAt(x0 + h, &ResponseTriple::plus);
+        readAt(x0 - h, &ResponseTriple::minus);
+        readAt(x0, &ResponseTriple::at);
+    } catch (...) {
+        adoptForeignException();
+        attemptInHandler([&] { x.Value(x0); });
+        throw Raised{};
     }
-    formula.putBack();
-}
-
-void zeroColumn(Array2<double>& Derivs1, Array2<double>& derivs2, Long i)
-{
-    for (Long j : oneTo(Derivs1.rows())) Derivs1(j, i) = derivs2(j, i) = 0.0;
+    return h;
 }
 
 } // namespace
 
 /// Three recalculations per varying parameter, for all responses at once.
 ///
-///   For each parameter: one that does not vary has derivatives 0. Otherwise its cell must hold a number x0;
-///   responses at x0 + h, x0 - h and x0, h a ten-thousandth of x0; quotients as in DifferenceQuotient.h; the
-///   formula of a "Noise" cell goes back.
+///   For each parameter that varies: responses at x0 + h, x0 - h and x0, h a ten-thousandth of the value x0
+///   in its cell; quotients as in DifferenceQuotient.h.
 ///
-/// An error puts back what the cell held and adds to the description which derivative was being computed;
-/// before any response was read that is the first.
+/// An error adds to the description which derivative was being computed; before any response was read that is
+/// the first.
 ///
 /// @raises  513, 515 after showing the cell; 6, 11
 void CalcAllDerivsQuick(OptimizationRun& d, Array2<double>& Derivs1, Array2<double>& derivs2,
                         const Array1<double>& xStDevs, Long order)
 {
-    Procedure here{kModule, "CalcAllDerivsQuick"};
-
-    for (Long i : oneTo(d.f->CountX())) {
-        here.at(1);
-        c_Parameter& x = parameter(d, i);
-        if (!varies(x, xStDevs(i))) {
-            zeroColumn(Derivs1, derivs2, i);
-            continue;
+    constexpr const char* kName = "CalcAllDerivsQuick";
+    Procedure here{kModule, kName};
+    QuickPoint point;
+    point.responses.resize(d.f->CountY());
+    const auto differentiate = [&](Long i, host::Range& x) {
+        const double h = moveAndRead(d, x, point);
+        for (Long j : oneTo(d.f->CountY())) {
+            point.j = j;
+            Derivs1(j, i) = firstQuotient(point.responses(j), h);
+            derivs2(j, i) = order == 2 ? secondQuotient(point.responses(j), h) : 0.0;
         }
-        here.at(2);
-        SavedFormula formula{required(x.mean)};
-        QuickPoint point;
-        try {
-            point.responses.resize(d.f->CountY());
-            differentiateQuickly(d, Derivs1, derivs2, i, order, formula, point);
-        } catch (...) {
-            adoptForeignException();
-            if (formula.saved())
-                formula.putBackInHandler();
-            else if (point.x0)
-                attemptInHandler([&] { formula.cell().Value(*point.x0); });
-            err().description += " while computing the derivative of Y" + std::to_string(point.j) +
-                                 " with respect to X" + std::to_string(i);
-            throw Raised{};
-        }
-    }
+        point.j = 1;
+    };
+    const auto describe = [&](Long i) {
+        err().description += " while computing the derivative of Y" + std::to_string(point.j) +
+                             " with respect to X" + std::to_string(i);
+    };
+    forEachVarying(here, kName, d, Derivs1, derivs2, xStDevs, differentiate, describe);
 }
 
 /// From 6 to 30 recalculations per varying parameter, response and order, by c_Derivatives::Deriv with its
@@ -158,28 +172,14 @@ void CalcAllDerivsAccurate(OptimizationRun& d, Array2<double>& Derivs1, Array2<d
     const c_Derivatives derivatives;
     const std::string before = alg_m_XLinterface::hostState().beforeMacro; // copies: a macro may set others
     const std::string after = alg_m_XLinterface::hostState().afterMacro;
-
-    for (Long i : oneTo(d.f->CountX())) {
-        here.at(1);
-        c_Parameter& x = parameter(d, i);
-        if (!varies(x, xStDevs(i))) {
-            zeroColumn(Derivs1, derivs2, i);
-            continue;
-        }
-        here.at(2);
-        SavedFormula formula{required(x.mean)};
-        host::Range& cell = formula.cell();
-        alg_m_XLinterface::CheckCell(cell, kName, false, false);
-        saveFormula(formula, x);
-        here.at(3);
+    const auto differentiate = [&](Long i, host::Range& x) {
         for (Long j : oneTo(d.f->CountY())) {
             host::Range& y = required(response(d, j).Formula);
-            Derivs1(j, i) = derivatives.Deriv(1, cell, y, before, after);
-            derivs2(j, i) = order == 2 ? derivatives.Deriv(2, cell, y, before, after) : 0.0;
+            Derivs1(j, i) = derivatives.Deriv(1, x, y, before, after);
+            derivs2(j, i) = order == 2 ? derivatives.Deriv(2, x, y, before, after) : 0.0;
         }
-        here.at(4);
-        formula.putBack();
-    }
+    };
+    forEachVarying(here, kName, d, Derivs1, derivs2, xStDevs, differentiate, [](Long) {});
 }
 
 /// Fills a member's row of genY from a workbook that holds its values.
@@ -187,12 +187,11 @@ void CalcAllDerivsAccurate(OptimizationRun& d, Array2<double>& Derivs1, Array2<d
 ///   2. Standard deviations of the parameters.
 ///   3. Derivatives, "Quick" or accurate; recalculate.
 ///   4. row = the member's row of genY.
-///   5. For each response: mean m = its value + sum(s^2 x d2y/dx2 x 0.5), variance v = sum((s x dy/dx)^2),
-///   and
+///   5. For each response: mean m = its value + sum(s^2 x d2y/dx2 x 0.5), variance v = sum((s x dy/dx)^2);
 ///      the probability of non-conformance of a normal response, 1 at most.
 ///
 /// @param order  2 shifts the means by the second derivatives, 1 does not
-/// @raises       513, 515 after showing the offending cell; what the derivatives raise
+/// @raises       513, 515 after showing the offending cell; 6 for sums too large; what the derivatives raise
 void SensAnalysis_Ys(OptimizationRun& d, Long member, Long order)
 {
     constexpr const char* kName = "SensAnalysis_Ys";
@@ -232,6 +231,7 @@ void SensAnalysis_Ys(OptimizationRun& d, Long member, Long order)
             m = m + s * s * derivs2(j, i) * 0.5;
             v = v + t * t;
         }
+        if (!std::isfinite(m) || !std::isfinite(v)) raise(errors::Overflow);
         const std::optional<double> L = alg_m_XLinterface::specificationLimit(y.lsl, kName);
         const std::optional<double> U = alg_m_XLinterface::specificationLimit(y.usl, kName);
         d.genY(row, j) = m;

@@ -3,13 +3,16 @@
 
 #include <string>
 
-#include "runtime/Object.h"
-#include "runtime/Variant.h"
 #include "sensitivity/IndexedRows.h"
 
 namespace varnex3 {
 
-class c_sa_Output : public Object {
+struct InputContribution {
+    double variance = 0.0;  // share, 0..1
+    double meanShift = 0.0; // part, response units
+};
+
+class c_sa_Output : public IndexedRows<InputContribution> {
 public:
     double responseMean = 0.0; // response units
     double responseStDev = 0.0;
@@ -21,25 +24,10 @@ public:
     bool NonlinearResponse = false; // the mean shift is judged large
     std::string NonlinearTrigger;   // the sentence that says why
 
-    // Per input i = 1..CountX; how gets and puts beyond behave: IndexedRows.h.
-    double VarianceContribs(Long i) const { return inputs_.get(i, &Input::variance); } // share, 0..1
-    void VarianceContribs(Long i, double value) { inputs_.put(i, &Input::variance, value); }
-    double MeanShiftContribs(Long i) const { return inputs_.get(i, &Input::meanShift); } // response units
-    void MeanShiftContribs(Long i, double value) { inputs_.put(i, &Input::meanShift, value); }
-
-    Variant resizeArrays(Long size)
-    {
-        inputs_.resize(size);
-        return {};
-    }
-    Long CountX() const { return inputs_.count(); }
-
-private:
-    struct Input {
-        double variance = 0.0;
-        double meanShift = 0.0;
-    };
-    IndexedRows<Input> inputs_;
+    double VarianceContribs(Long i) const { return get(i, &InputContribution::variance); }
+    void VarianceContribs(Long i, double value) { put(i, &InputContribution::variance, value); }
+    double MeanShiftContribs(Long i) const { return get(i, &InputContribution::meanShift); }
+    void MeanShiftContribs(Long i, double value) { put(i, &InputContribution::meanShift, value); }
 };
 
 } // namespace varnex3

@@ -93,7 +93,7 @@ TEST_F(SensAnalysisTest, QuickDerivativesMoveUpDownAndBackAndKeepANoiseFormula)
     for (Long i : {3, 4}) EXPECT_EQ(derivs1(1, i) + derivs2(2, i), 0.0) << "the rest do not vary";
 
     host->fail("Sheet1!$B$2.Value?", 2);
-    expectRaises(1004, "Host\r\nin varnex3.alg_m_Evaluation.CalcAllDerivsQuick at line 2",
+    expectRaises(1004, "Host\r\nin varnex3.alg_m_Evaluation.CalcAllDerivsQuick at line 3",
                  "The host refuses while computing the derivative of Y2 with respect to X1", [&] {
                      CalcAllDerivsQuick(d, derivs1, derivs2, {0.1, 0.2, 5.0, 0.0}, 2);
                  });
