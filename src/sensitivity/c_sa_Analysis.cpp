@@ -26,7 +26,7 @@ constexpr double kLargeContribution = 0.05; // the same for one input's part of 
 ///   2. For each input: m = m + d2y/dx2 x 0.5 x s^2; v = v + (s x dy/dx)^2.
 ///   3. Mean m, standard deviation sqrt(v), mean shift m - y.
 ///
-/// @raises  513, 515 after showing the response cell; 91 without one
+/// @raises  513, 515 after showing the response cell; 91 without one; 6 for sums too large
 void CalcResponse(const c_sa_Input& ins, c_sa_Output& outs)
 {
     constexpr const char* kName = "CalcResponse";
@@ -44,6 +44,7 @@ void CalcResponse(const c_sa_Input& ins, c_sa_Output& outs)
         m = m + ins.derivs2(i) * 0.5 * (s * s);
         v = v + t * t;
     }
+    if (!std::isfinite(m) || !std::isfinite(v)) raise(errors::Overflow);
     here.at(3);
     outs.responseMean = m;
     outs.responseStDev = std::sqrt(v);
@@ -110,8 +111,7 @@ void CalcPNCs(const c_sa_Input& ins, c_sa_Output& outs)
 ///
 ///   1. Not nonlinear.
 ///   2. |mean shift| above 10 % of |y|, or above 0.1 where y is 0.
-///   3. Otherwise the first input with |its part| x mean shift / mean above 5 %, or without the division
-///   where
+///   3. Otherwise the first input with |its part| x mean shift / mean above 5 %; without the division where
 ///      the mean is 0.
 void CheckNonlinearity(const c_sa_Input& ins, c_sa_Output& outs)
 {

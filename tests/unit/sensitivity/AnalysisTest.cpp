@@ -124,6 +124,15 @@ TEST_F(AnalysisTest, AResponseThatDoesNotVaryIsInOrOut)
     EXPECT_EQ(outs.VarianceContribs(1), 0.0) << "not divided by 0";
 }
 
+TEST_F(AnalysisTest, SumsThatAreTooLargeAreAnError)
+{
+    for (const Input& input : {Input{1e200, 1.0, 0.0}, {1e155, 0.0, 1.0}}) {
+        analyse(4.0, {input});
+        EXPECT_TRUE(errorWindow().Label1.starts_with("Error 6:  Overflow")) << errorWindow().Label1;
+        errorWindow().Label1.clear();
+    }
+}
+
 TEST_F(AnalysisTest, WarnsOfNonlinearResponses)
 {
     const char* const kOverall = "Mean shift is greater than 10% of the response equation value.";
