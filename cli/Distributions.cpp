@@ -149,12 +149,7 @@ void validateInputs(Problem& problem)
     std::string source, cause;
     Long item = 0;
     if (run.InputsOK(source, item, cause)) return;
-    const Study& study = problem.study;
-    const auto index = static_cast<std::size_t>(item > 0 ? item - 1 : 0);
-    Place place{study.path, 0, ""};
-    if (source == c_MonteCarlo::SOURCEX) place = study.parameters[index].place;
-    if (source == c_MonteCarlo::SOURCEY) place = study.responses[index].place;
-    throw Refused(place, cause);
+    throw Refused(placeOf(problem.study, source, item, cause), cause);
 }
 
 std::vector<std::string> momentWarnings(Problem& problem)

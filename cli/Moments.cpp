@@ -6,6 +6,9 @@
 #include <limits>
 #include <optional>
 
+#include <fmt/format.h>
+
+#include "Distributions.h"
 #include "evaluation/alg_m_Evaluation.h"
 #include "host/alg_m_XLinterface.h"
 #include "sensitivity/c_sa_Analysis.h"
@@ -33,18 +36,6 @@ Derivatives derivatives(Problem& problem, Long order, bool quick)
     return d;
 }
 
-void warnOfSmallSteps(const Problem& problem, Moments& moments)
-{
-    const c_Formulation& f = *problem.formulation;
-    if (moments.order != 2) return;
-    for (Long i : oneTo(f.CountX())) {
-        const auto at = static_cast<std::size_t>(i - 1);
-        const std::string warning =
-            alg_m_Evaluation::quickStepWarning(*f.Xs->Item(i), moments.means[at], moments.stdevs[at]);
-        if (!warning.empty()) moments.warnings.push_back(warning);
-    }
-}
-
 /// The accurate method starts with a fifth of the input's value. Where the response cannot be computed that
 /// far away, or has a kink on the way, its result may be of another place: the quick one tells.
 void warnOfDisagreement(const Problem& problem, Moments& moments, const Derivatives& accurate,
@@ -70,9 +61,14 @@ void warnOfDisagreement(const Problem& problem, Moments& moments, const Derivati
         moments.warnings.push_back(
             "The accurate derivatives of " + f.Ys->Item(j)->Name + " with respect to " + inputs +
             " differ from the quick ones. Their first step, a fifth of the input's value, may reach a kink "
-            "or "
-            "where there is no value; or the quick ones round. Compare with \"Quick\".");
+            "or where there is no value; or the quick ones round. Compare with \"Quick\".");
     }
+}
+
+void requireFilled(host::Range& cell, const TextEntry& entry)
+{
+    if (isEmptyText(cell.Value()))
+        throw Refused(entry.place, fmt::format("the cell {} is empty; it must hold a number", entry.value));
 }
 
 void settleNoise(Problem& problem)
@@ -91,14 +87,32 @@ void settleNoise(Problem& problem)
 
 Long orderOf(const Study& study) { return study.options.Stats == statsMethods::FirstOrder ? 1 : 2; }
 
-void requireAnalysable(const Problem& problem)
+void requireAnalysable(Problem& problem)
 {
     const Study& study = problem.study;
+    const c_Formulation& f = *problem.formulation;
     const Place file{study.path, 0, ""};
     if (study.parameters.empty()) throw Refused(file, "the study has no [[parameter]]");
     if (study.responses.empty()) throw Refused(file, "the study has no [[response]]");
-    if (study.options.Derivs == "Quick" || study.options.Derivs == "Accurate") return;
-    throw Refused(study.options.place, "\"Derivs\" is neither \"Quick\" nor \"Accurate\"");
+    for (Long i : oneTo(f.CountX()))
+        if (isActiveKind(f.Xs->Item(i)->xType))
+            requireFilled(*f.Xs->Item(i)->mean, study.parameters[static_cast<std::size_t>(i - 1)].cell);
+    for (Long j : oneTo(f.CountY()))
+        requireFilled(*f.Ys->Item(j)->Formula, study.responses[static_cast<std::size_t>(j - 1)].cell);
+    validateInputs(problem);
+}
+
+std::vector<std::string> smallStepWarnings(const Problem& problem, const std::vector<double>& means,
+                                           const std::vector<double>& stdevs)
+{
+    std::vector<std::string> warnings;
+    for (Long i : oneTo(problem.formulation->CountX())) {
+        const auto at = static_cast<std::size_t>(i - 1);
+        const std::string warning =
+            alg_m_Evaluation::quickStepWarning(*problem.formulation->Xs->Item(i), means[at], stdevs[at]);
+        if (!warning.empty()) warnings.push_back(warning);
+    }
+    return warnings;
 }
 
 std::vector<double> standardDeviations(Problem& problem)
@@ -129,12 +143,11 @@ Moments differentiate(Problem& problem, Long order)
     const Derivatives found = derivatives(problem, order, quick);
     if (!problem.study.correlations.empty())
         moments.warnings.push_back(
-            "The study's correlations are left out: the prediction takes the inputs as "
-            "independent.");
-    if (quick)
-        warnOfSmallSteps(problem, moments);
-    else
-        warnOfDisagreement(problem, moments, found, derivatives(problem, order, true));
+            "The study's correlations are left out: the prediction takes the inputs as independent.");
+    if (quick && order == 2)
+        for (const std::string& warning : smallStepWarnings(problem, moments.means, moments.stdevs))
+            moments.warnings.push_back(warning);
+    if (!quick) warnOfDisagreement(problem, moments, found, derivatives(problem, order, true));
     moments.first = found.first;
     moments.second = found.second;
     alg_m_XLinterface::Recalc(*problem.application);

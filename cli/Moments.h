@@ -25,8 +25,13 @@ struct Moments {
 /// The order that a study's `Stats` asks for: 1 for the first-order analysis, 2 for all others.
 Long orderOf(const Study& study);
 
-/// Raises Refused for a study without parameters or responses, and for `Derivs` that are none.
-void requireAnalysable(const Problem& problem);
+/// Raises Refused, with the place, for a study without parameters or responses, for empty cells, and for
+/// spreads and limits that are none.
+void requireAnalysable(Problem& problem);
+
+/// One warning for each parameter whose quick second derivatives at these means are rounding noise.
+std::vector<std::string> smallStepWarnings(const Problem& problem, const std::vector<double>& means,
+                                           const std::vector<double>& stdevs);
 
 /// Today's spread of every parameter.
 std::vector<double> standardDeviations(Problem& problem);

@@ -1,6 +1,7 @@
 // cli/Problem.cpp - from the entries of a study to a formulation over workbook cells.
 #include "Problem.h"
 
+#include <cmath>
 #include <utility>
 
 #include <fmt/format.h>
@@ -103,14 +104,17 @@ private:
         x.xType = entry.type;
         x.mean = numericCell(entry.cell);
         if (alg_m_XLinterface::CellHasFormula(*x.mean) && isActiveKind(entry.type))
-            throw Refused(
-                entry.cell.place,
-                fmt::format("the cell {} holds a formula; the search would overwrite it", entry.cell.value));
+            throw Refused(entry.cell.place,
+                          fmt::format("the cell {} holds a formula; {}", entry.cell.value,
+                                      entry.values.empty() ? "name the cell that it gets its number from"
+                                                           : "the search would overwrite it"));
         for (Long i = 1; i < f_.CountX(); ++i)
             if (alg_m_XLinterface::SameRange(*f_.Xs->Item(i)->mean, *x.mean))
                 throw Refused(entry.cell.place, fmt::format("the cell {} is that of the parameter \"{}\" too",
                                                             entry.cell.value, f_.Xs->Item(i)->id));
         x.stdev = entry.stdev.given() ? operand(entry.stdev) : Variant{0.0};
+        if (const std::string* spread = std::get_if<std::string>(&entry.stdev.value))
+            numericCell({*spread, entry.stdev.place});
         if (entry.tolerance.given()) setTolerance(x, entry.tolerance);
         for (double value : entry.values) x.AddFV(value);
         if (entry.values.empty() && isActiveKind(entry.type)) addSpreadAsRange(x);
@@ -124,9 +128,10 @@ private:
     /// A parameter that is analysed, not searched: the library's checks want a range all the same.
     void addSpreadAsRange(c_Parameter& x)
     {
-        const double mean = x.GetMean(), s = toDouble(alg_m_XLinterface::valueOf(x.stdev));
-        x.AddFV(mean - 6.0 * s);
-        if (s > 0.0) x.AddFV(mean + 6.0 * s);
+        const double mean = x.GetMean(), s = std::fabs(toDouble(alg_m_XLinterface::valueOf(x.stdev)));
+        const double reach = s == 0.0 ? 1.0 : 6.0 * s;
+        x.AddFV(mean - reach);
+        x.AddFV(mean + reach);
     }
 
     void setTolerance(c_Parameter& x, const StudyTolerance& entry)
@@ -250,6 +255,20 @@ Problem loadProblem(const std::string& studyPath)
     return problem;
 }
 
+Place placeOf(const Study& study, const std::string& source, Long item, const std::string& cause)
+{
+    const auto index = static_cast<std::size_t>(item > 0 ? item - 1 : 0);
+    Place place{study.path, 0, ""};
+    if (source == c_Formulation::SOURCEX) place = study.parameters[index].place;
+    if (source == c_Formulation::SOURCEY) place = study.responses[index].place;
+    if (source == c_Formulation::SOURCEC) place = study.constraints[index].place;
+    if (source == c_Formulation::SOURCEG) place = study.goals[index].place;
+    if (source == c_Formulation::SOURCEO && study.options.place.line > 0) place = study.options.place;
+    const std::string key = place.key + "." + keyOf(cause);
+    const auto line = study.lines.find(key);
+    return line == study.lines.end() ? place : Place{study.path, line->second, key};
+}
+
 void validate(Problem& problem)
 {
     for (const StudyParameter& p : problem.study.parameters)
@@ -259,19 +278,7 @@ void validate(Problem& problem)
     std::string source, cause;
     Long item = 0;
     if (problem.formulation->formulationOK(source, item, cause)) return;
-    const Study& study = problem.study;
-    const auto index = static_cast<std::size_t>(item > 0 ? item - 1 : 0);
-    Place place{study.path, 0, ""};
-    if (source == c_Formulation::SOURCEX) place = study.parameters[index].place;
-    if (source == c_Formulation::SOURCEY) place = study.responses[index].place;
-    if (source == c_Formulation::SOURCEC) place = study.constraints[index].place;
-    if (source == c_Formulation::SOURCEG) place = study.goals[index].place;
-    if (source == c_Formulation::SOURCEO && study.options.place.line > 0) place = study.options.place;
-    // Narrowed down to the key where the study gives it.
-    const std::string key = place.key + "." + keyOf(cause);
-    if (const auto line = study.lines.find(key); line != study.lines.end())
-        place = {study.path, line->second, key};
-    throw Refused(place, cause);
+    throw Refused(placeOf(problem.study, source, item, cause), cause);
 }
 
 } // namespace varnex3::cli

@@ -28,6 +28,10 @@ Ref<host::Range> findRange(workbook::EmbeddedApplication& application, const std
 /// Raises Refused, naming file, line and key, for cells that do not exist or hold no number.
 Problem loadProblem(const std::string& studyPath);
 
+/// Where the item stands that one of the library's checks fails: the key that its cause is about, where the
+/// study gives it.
+Place placeOf(const Study& study, const std::string& source, Long item, const std::string& cause);
+
 /// Runs the library's own validation of everything; raises Refused at the entry that fails it.
 void validate(Problem& problem);
 

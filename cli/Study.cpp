@@ -39,7 +39,8 @@ StudyParameter readParameter(Section section)
         if (!hasRange) section.refuseMisspelt("range");
         if (!hasRange) section.refuseMisspelt("values");
         throw Refused(p.place, hasRange ? "give either \"range\" or \"values\", not both"
-                                        : "give \"range = [least, greatest]\" or \"values = [...]\"");
+                                        : "give \"range = [least, greatest]\" or \"values = [...]\", or "
+                                          "\"stdev\" or \"tolerance\" when it is analysed, not searched");
     } else if (hasRange) {
         if (p.type == "Discrete")
             throw Refused(section.placeOf("range"), "a \"Discrete\" parameter needs \"values = [...]\"");

@@ -46,7 +46,7 @@ struct Allocation {
     Long response = 0;
     double wanted = 0.0;       // standard deviation
     std::optional<double> pnc; // wanted
-    std::vector<bool> kept;    // by parameter
+    std::vector<bool> kept;    // by parameter: not to be allocated
     std::vector<double> before, after;
     Moments moments;
     c_sa_Output today, predicted;
@@ -78,22 +78,30 @@ Long findResponse(const Study& study, const std::string& id)
                               near.empty() ? "" : fmt::format("; did you mean \"{}\"?", near)));
 }
 
+/// Whether the study leaves the parameter's spread alone.
+bool isKept(const Problem& problem, Long i)
+{
+    const std::string& type = problem.formulation->Xs->Item(i)->xType;
+    return problem.study.parameters[at(i)].keep || type == xTypes::Constant || type == xTypes::Noise;
+}
+
 class Allocator {
 public:
     Allocator(Problem& problem, const AllocateArguments& arguments, const Terminal& terminal)
         : problem_(problem), f_(*problem.formulation), arguments_(arguments), terminal_(terminal)
     {}
 
-    Allocation run(Long response)
+    const Allocation& allocation() const { return a_; } // as far as `run` came
+
+    void run(Long response)
     {
         a_.response = response;
         a_.pnc = arguments_.pnc;
         a_.moments = differentiate(problem_, orderOf(problem_.study));
         a_.before = a_.after = a_.moments.stdevs;
         for (Long i : oneTo(f_.CountX())) {
-            const std::string& type = f_.Xs->Item(i)->xType;
-            a_.kept.push_back(problem_.study.parameters[at(i)].keep || type == xTypes::Constant ||
-                              type == xTypes::Noise);
+            const bool moves = a_.moments.first(response, i) != 0.0;
+            a_.kept.push_back(isKept(problem_, i) || !moves);
         }
         a_.today = a_.predicted = predict(a_.before);
         if (arguments_.stdev)
@@ -101,7 +109,6 @@ public:
         else
             closeOnProbability();
         if (arguments_.verify) simulate();
-        return a_;
     }
 
 private:
@@ -118,6 +125,7 @@ private:
     {
         for (a_.rounds = 1; a_.rounds <= kMeanRounds; ++a_.rounds) {
             const double mean = a_.predicted.responseMean;
+            if (!std::isfinite(mean)) break;
             divide(allowedStDev(mean, *arguments_.pnc));
             if (std::fabs(a_.predicted.responseMean - mean) <= kMeanSettled * a_.wanted) return;
         }
@@ -235,7 +243,10 @@ std::string inputTable(Problem& problem, const Allocation& a)
     for (Long i : oneTo(problem.formulation->CountX())) {
         const double sigma = sigmaOf(problem, problem.study.parameters[at(i)]);
         const double before = a.before[at(i)], after = a.after[at(i)];
-        table.row({problem.formulation->Xs->Item(i)->Name, a.kept[at(i)] ? "kept" : "free",
+        table.row({problem.formulation->Xs->Item(i)->Name,
+                   isKept(problem, i) ? "kept"
+                   : a.kept[at(i)]    ? "no effect"
+                                      : "free",
                    shown(a.moments.first(a.response, i)), shown(before), shown(after), shown(before * sigma),
                    shown(after * sigma), share(a.today, i), share(a.predicted, i)});
     }
@@ -262,6 +273,13 @@ std::string responseTable(const Problem& problem, const Allocation& a)
     return table.text();
 }
 
+std::string warningText(const Allocation& a)
+{
+    std::string text;
+    for (const std::string& warning : a.moments.warnings) text += "Warning: " + warning + "\n";
+    return text;
+}
+
 std::string report(Problem& problem, const Allocation& a)
 {
     std::string text = inputTable(problem, a) + "\n" + responseTable(problem, a) + "\n";
@@ -277,7 +295,7 @@ std::string report(Problem& problem, const Allocation& a)
                                   shown(std::sqrt(kept)))
                     : "No free input with a driver moves the response: the rest cannot be allocated.\n";
     }
-    for (const std::string& warning : a.moments.warnings) text += "Warning: " + warning + "\n";
+    text += warningText(a);
     text += fmt::format("Order {}, {} derivatives, {} recalculations, {} round{}\n", a.moments.order,
                         a.moments.derivs == "Quick" ? "quick" : "accurate", a.moments.recalculations,
                         a.rounds, a.rounds == 1 ? "" : "s");
@@ -353,19 +371,22 @@ std::string spreadEntry(Problem& problem, const Allocation& a, Long i)
 
 int runAllocate(const AllocateArguments& arguments)
 {
+    requireWritable(arguments.json);
+    requireWritable(arguments.writeStudy);
     Problem problem = loadProblem(arguments.study);
-    requireAnalysable(problem);
     const Long response = findResponse(problem.study, arguments.response);
+    requireAnalysable(problem);
     const StudyResponse& entry = problem.study.responses[at(response)];
     if (arguments.pnc && !entry.lsl.given() && !entry.usl.given())
         throw Refused(entry.place, "--pnc needs a specification limit: give \"lsl\" or \"usl\"");
 
-    Allocation allocation;
+    const Terminal terminal({});
+    Allocator allocator(problem, arguments, terminal);
+    const Allocation& allocation = allocator.allocation();
     try {
-        Terminal terminal({});
-        allocation = Allocator(problem, arguments, terminal).run(response);
+        allocator.run(response);
     } catch (const Failed& failure) {
-        fmt::print(stderr, "corvane: {}\n", failure.message);
+        fmt::print(stderr, "corvane: {}\n{}", failure.message, warningText(allocation));
         return failure.code;
     }
     if (arguments.json != "-") fmt::print("{}", report(problem, allocation));

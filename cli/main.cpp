@@ -1,6 +1,9 @@
 // cli/main.cpp - the command line of the program `corvane`.
+#include <cmath>
 #include <cstdio>
 #include <exception>
+#include <optional>
+#include <string>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -8,6 +11,7 @@
 #include "Command.h"
 #include "Study.h"
 #include "runtime/Error.h"
+#include "runtime/Number.h"
 
 namespace {
 
@@ -17,6 +21,18 @@ constexpr const char* kFooter =
     "Exit codes: 0 done, 1 run failed, 2 usage, study or workbook refused, 3 done but\n"
     "constraints not met, 130 cancelled. Results go to standard output, progress to\n"
     "standard error.";
+
+/// A finite number for which `fits` holds.
+CLI::Validator number(const char* what, bool (*fits)(double))
+{
+    return CLI::Validator(
+        [=](const std::string& text) {
+            const std::optional<double> x = varnex3::parseNumber(text);
+            if (x && std::isfinite(*x) && fits(*x)) return std::string();
+            return fmt::format("{} is needed, not \"{}\"", what, text);
+        },
+        "NUMBER");
+}
 
 CLI::App* addCheck(CLI::App& app, CheckArguments& arguments)
 {
@@ -97,11 +113,12 @@ CLI::App* addAllocate(CLI::App& app, AllocateArguments& arguments)
     command->add_option("--response", arguments.response, "the id of the response")->required();
     CLI::Option_group* goal = command->add_option_group("Goal", "what the response is to have");
     goal->add_option("--pnc", arguments.pnc, "this probability of falling outside its limits")
-        ->check(CLI::Range(0.0, 1.0));
-    goal->add_option("--stdev", arguments.stdev, "this standard deviation")->check(CLI::NonNegativeNumber);
+        ->check(number("a probability above 0 and below 1", [](double p) { return p > 0.0 && p < 1.0; }));
+    goal->add_option("--stdev", arguments.stdev, "this standard deviation")
+        ->check(number("a number above 0", [](double s) { return s > 0.0; }));
     goal->require_option(1);
     command->add_option("--disparity", arguments.disparity, "how much the drivers count, 0 to 1")
-        ->check(CLI::Range(0.0, 1.0))
+        ->check(number("a number from 0 to 1", [](double d) { return d >= 0.0 && d <= 1.0; }))
         ->capture_default_str();
     command->add_flag("--cost", arguments.cost, "the drivers are costs: a dear input gets more, not less");
     command->add_flag("--verify", arguments.verify, "simulate the allocated design");

@@ -11,6 +11,7 @@
 
 #include "Command.h"
 #include "Distributions.h"
+#include "Moments.h"
 #include "Output.h"
 #include "Problem.h"
 #include "Terminal.h"
@@ -95,6 +96,7 @@ struct Result {
     std::vector<double> statistics;  // of the best design, in the columns of genY
     std::vector<Requirement> constraints, goals;
     std::vector<double> scores;
+    std::vector<std::string> warnings;
 
     bool constraintsMet() const { return !scores.empty() && scores.front() == 0.0; }
 };
@@ -329,6 +331,7 @@ std::string report(const Problem& problem, const Result& result)
     text += parameterTable(problem, result) + "\n" + responseTable(problem, result) + "\n";
     text += requirementTable("Constraint", result.constraints, false);
     text += requirementTable("Goal", result.goals, true);
+    for (const std::string& warning : result.warnings) text += "Warning: " + warning + "\n";
     long long evaluations = 0;
     for (const RunSummary& run : result.runs) evaluations += run.evaluations;
     const double perSecond = result.seconds > 0 ? static_cast<double>(evaluations) / result.seconds : 0.0;
@@ -390,7 +393,8 @@ nlohmann::json document(const Problem& problem, const Result& result, const Repo
         {"evaluations", result.summary.evaluations},
         {"recalculations", result.recalculations},
         {"seconds", result.seconds},
-        {"scores", numbers(result.scores)}};
+        {"scores", numbers(result.scores)},
+        {"warnings", result.warnings}};
     for (const RunSummary& run : result.runs)
         json["runs"].push_back(
             {{"seed", run.seed}, {"genCount", run.genCount}, {"evaluations", run.evaluations}});
@@ -464,6 +468,14 @@ void requireSearch(const Problem& problem)
                   "no parameter is searched: at least one must be Continuous, Integer or Discrete");
 }
 
+/// Of predictions that rounding may have spoilt.
+std::vector<std::string> warningsOf(Problem& problem, const Result& result)
+{
+    const c_Options& o = *problem.formulation->Options;
+    if (o.Stats != statsMethods::SecondOrder || o.Derivs != "Quick") return {};
+    return smallStepWarnings(problem, result.best, standardDeviations(problem));
+}
+
 OnCancel onCancel(const std::string& word)
 {
     return word == "keep" ? OnCancel::Keep : word == "restore" ? OnCancel::Restore : OnCancel::Ask;
@@ -498,6 +510,7 @@ int runOptimize(const OptimizeArguments& arguments)
         fmt::print(stderr, "corvane: cancelled before the first design was evaluated.\n");
         return exitCode::Cancelled;
     }
+    result.warnings = warningsOf(problem, result);
     if (arguments.json != "-" && arguments.csv != "-") fmt::print("{}", report(problem, result));
     if (!arguments.json.empty()) writeJson(arguments.json, document(problem, result, optimization.reports()));
     if (!arguments.csv.empty() && optimization.reports().genX)

@@ -37,6 +37,7 @@ std::vector<Long> ranking(const Sizes& sizes)
 
 std::string bar(double share)
 {
+    if (!std::isfinite(share)) return {};
     const double length = std::clamp(std::fabs(share), 0.0, 1.0) * kBarWidth;
     return std::string(static_cast<std::size_t>(length + 0.5), '#');
 }
@@ -207,6 +208,7 @@ nlohmann::json document(const Analysed& a)
 
 int runSensitivity(const SensitivityArguments& arguments)
 {
+    requireWritable(arguments.json);
     Problem problem = loadProblem(arguments.study);
     requireAnalysable(problem);
     if (!arguments.derivs.empty())

@@ -35,10 +35,11 @@ protected:
 };
 
 /// A study on y = x^2 + 7.5 with these lines in its parameter.
-std::string study(const std::string& lines)
+std::string study(const std::string& lines, const std::string& input = "Design!B1",
+                  const std::string& response = "cell = \"Design!B8\"")
 {
-    return "workbook = \"design.xlsx\"\n\n[[parameter]]\nid = \"x\"\ncell = \"Design!B1\"\n" + lines +
-           "\n[[response]]\nid = \"y\"\ncell = \"Design!B8\"\n";
+    return "workbook = \"design.xlsx\"\n\n[[parameter]]\nid = \"x\"\ncell = \"" + input + "\"\n" + lines +
+           "\n[[response]]\nid = \"y\"\n" + response + "\n";
 }
 
 TEST_F(Tolerance, BecomesAStandardDeviation)
@@ -74,6 +75,9 @@ TEST_F(Tolerance, IsRefusedWithItsPlace)
         {"type = \"Noise\"\ntolerance = { half_width = 1 }", "takes no tolerance"},
         {"stdev = 1\nkeep = \"yes\"", "parameter[1].keep: true or false is needed"},
         {"stdev = 1\ndriver = -1", "parameter[1].driver"},
+        {"stdev = -1", "s.toml:6: parameter[1].stdev: Negative standard deviation"},
+        {"stdev = \"Design!B3\"", "parameter[1].stdev: the cell Design!B3 holds \"steel\""},
+        {"", "\"stdev\" or \"tolerance\""},
     };
     for (const auto& [lines, words] : cases) {
         folder.write("s.toml", study(std::string(lines) + "\n"));
@@ -81,6 +85,78 @@ TEST_F(Tolerance, IsRefusedWithItsPlace)
         EXPECT_EQ(outcome.code, 2) << lines;
         EXPECT_THAT(outcome.err, HasSubstr(words));
     }
+}
+
+TEST_F(Tolerance, CellsAndLimitsThatCannotBeAnalysedAreRefusedWithTheirPlace)
+{
+    const char* const kSpread = "stdev = 0.1\n";
+    const std::pair<std::string, const char*> cases[] = {
+        {study(kSpread, "Design!C9"), "s.toml:5: parameter[1].cell: the cell Design!C9 is empty"},
+        {study(kSpread, "Design!B4"), "parameter[1].cell: the cell Design!B4 holds a formula; name the cell"},
+        {study(kSpread, "Design!B1", "cell = \"Design!C9\""), "s.toml:10: response[1].cell: the cell"},
+        {study(kSpread, "Design!B1", "cell = \"Design!B8\"\nusl = \"Design!B3\""),
+         "s.toml:11: response[1].usl"},
+        {study(kSpread, "Design!B1", "cell = \"Design!B8\"\nlsl = 2\nusl = 1"), "response[1].lsl"},
+    };
+    for (const auto& [text, words] : cases) {
+        folder.write("s.toml", text);
+        const Outcome outcome = folder.run({"sensitivity", "s.toml"});
+        EXPECT_EQ(outcome.code, 2);
+        EXPECT_THAT(outcome.err, HasSubstr(words));
+    }
+    folder.write("s.toml", study("stdev = 0\n"));
+    EXPECT_EQ(run({"sensitivity", "s.toml"})["responses"][0]["responseStDev"], 0.0);
+    folder.write("s.toml", study("stdev = 1e200\n"));
+    EXPECT_THAT(folder.run({"sensitivity", "s.toml"}).err, HasSubstr("Overflow"));
+}
+
+TEST_F(Tolerance, WishesThatAreNoneAreRefusedBeforeAnyWork)
+{
+    const std::vector<const char*> wishes[] = {{"--stdev", "nan"},
+                                               {"--stdev", "0"},
+                                               {"--pnc", "1"},
+                                               {"--stdev", "1", "--disparity", "nan"},
+                                               {"--stdev", "1", "--pnc", "0.1"},
+                                               {"--stdev", "1", "--write-study", "no/folder.toml"}};
+    for (const auto& wish : wishes) {
+        std::vector<std::string> arguments = {"allocate", "bearing_clearance.toml", "--response",
+                                              "clearance"};
+        arguments.insert(arguments.end(), wish.begin(), wish.end());
+        const Outcome outcome = folder.run(arguments);
+        EXPECT_EQ(outcome.code, 2) << wish[1];
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_LT(outcome.err.size(), 150U) << outcome.err;
+    }
+}
+
+TEST_F(Tolerance, StepsThatAreTooSmallAreWarnedOfByEveryCommand)
+{
+    const char* const kWarning = "step of the quick derivatives for x (0.0002) is below a ten-thousandth";
+    folder.write("s.toml",
+                 study("range = [1.9, 2]\nstdev = 3\n", "Design!B1", "cell = \"Design!B8\"\nusl = 7") +
+                     "\n[[goal]]\nid = \"g\"\nresponse = \"y\"\noper = \">=\"\ntarget = 99\n\n[options]\n"
+                     "Stats = \"2nd Order Sensitivity Analysis\"\nStopRule = \"Stop after fixed #\"\n"
+                     "MaxGens = 20\nGenSize = 20\n");
+    EXPECT_THAT(folder.run({"sensitivity", "s.toml"}).out, HasSubstr(kWarning));
+    EXPECT_THAT(folder.run({"allocate", "s.toml", "--response", "y", "--stdev", "1"}).out,
+                HasSubstr(kWarning));
+    const Outcome none = folder.run({"allocate", "s.toml", "--response", "y", "--pnc", "0.1"});
+    EXPECT_EQ(none.code, 1);
+    EXPECT_THAT(none.err, HasSubstr(kWarning)) << "a failure may be due to it";
+    EXPECT_THAT(folder.run({"optimize", "s.toml", "--quiet", "--seed", "1"}).out,
+                HasSubstr("step of the quick derivatives for x ("));
+}
+
+TEST_F(Tolerance, AnInputThatDoesNotMoveTheResponseIsLeftAlone)
+{
+    folder.write("s.toml",
+                 study("stdev = 0.1\n\n[[parameter]]\nid = \"idle\"\ncell = \"Design!B6\"\nstdev = 0.2\n",
+                       "Design!B1", "cell = \"Design!B4\"")); // y = 2 x
+    const json a =
+        run({"allocate", "s.toml", "--response", "y", "--stdev", "1", "--write-study", "new.toml"});
+    EXPECT_NEAR(a["inputs"][0]["allocated"], 0.5, 1e-9);
+    EXPECT_EQ(a["inputs"][1]["allocated"], 0.2);
+    EXPECT_THAT(folder.read("new.toml"), HasSubstr("stdev = 0.2\n"));
 }
 
 TEST_F(Tolerance, AllocationClosesAndCanBeWrittenBack)
