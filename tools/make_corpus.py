@@ -18,6 +18,7 @@ import tempfile
 
 from openpyxl import Workbook
 from openpyxl.styles import Alignment
+from openpyxl.worksheet.table import Table
 
 TARGET = pathlib.Path(__file__).resolve().parent.parent / "tests" / "workbooks"
 
@@ -370,6 +371,30 @@ def study_cells(folder):
     return path
 
 
+def tables(folder):
+    """A table with a calculated column, a hidden row, and formulas elsewhere that name the table."""
+    book = Workbook()
+    sheet = book.active
+    sheet.title = "Data"
+    total = "=Parts[[#This Row],[Price]]*Parts[[#This Row],[Qty '[kg']]]"
+    for row in [["Item", "Price", "Qty [kg]", "Total"], ["bolt", 2, 10, total], ["nut", 3, 20, total],
+                ["pin", 5, 30, total], ["shim", 0.5, "none", total]]:
+        sheet.append(row)
+    sheet.add_table(Table(displayName="Parts", ref="A1:D5"))
+    for row, value in enumerate([1, 2, 4, 8, 16], 1):
+        sheet.cell(row, 6, value)
+    sheet.row_dimensions[3].hidden = True
+    use = book.create_sheet("Use")
+    for row, formula in enumerate(["SUM(Parts[Price])", "SUM(Parts[[Price]:[Qty '[kg']]])", "Parts[[#Headers],[Total]]",
+                                   "SUMIF(Parts[Item],\"nut\",Parts[Total])", "ROWS(Parts[Item])",
+                                   "INDEX(Parts[Total],3)", "SUBTOTAL(109,Data!F1:F5)", "SUBTOTAL(109,Data!F2:F3)",
+                                   "AGGREGATE(9,5,Data!F1:F5)", "AGGREGATE(14,5,Data!F2:F4,1)"], 1):
+        use.cell(row, 1, "=" + prefixed(formula))
+    path = pathlib.Path(folder) / "corpus_tables.xlsx"
+    book.save(path)
+    return path
+
+
 def main():
     arguments = sys.argv[1:]
     families = dict(FAMILIES)
@@ -379,7 +404,7 @@ def main():
     with tempfile.TemporaryDirectory() as folder:
         paths = [str(write(name, families[name], folder)) for name in arguments or families]
         if not arguments:
-            paths.append(str(study_cells(folder)))
+            paths += [str(study_cells(folder)), str(tables(folder))]
         subprocess.run(["soffice", f"-env:UserInstallation=file://{folder}/profile", "--headless", "--convert-to",
                         "xlsx:Calc MS Excel 2007 XML", "--outdir", str(TARGET), *paths], check=True)
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <string>
 
+#include "sheet/compile/Structured.h"
 #include "sheet/exec/Invoke.h"
 #include "sheet/exec/Operators.h"
 
@@ -37,6 +38,7 @@ private:
     void node(const Tree& tree, const Node& n, Mode mode);
     void reference(const Tree& tree, const Node& n, Mode mode);
     void name(const Tree& tree, const Node& n, Mode mode);
+    void structured(const Tree& tree, const Node& n, Mode mode);
     void unary(const Tree& tree, const Node& n, Mode mode);
     void binary(const Tree& tree, const Node& n, Mode mode);
     void references(const Tree& tree, const Node& n, Mode mode);
@@ -139,7 +141,7 @@ void Compiler::node(const Tree& tree, const Node& n, Mode mode)
     case NodeKind::Array: constant(tree.arrays[static_cast<std::size_t>(n.index)]); break;
     case NodeKind::Reference: reference(tree, n, mode); break;
     case NodeKind::Name: name(tree, n, mode); break;
-    case NodeKind::Structured: refuse(CodeRemark::Why::Unsupported, "structured reference"); break;
+    case NodeKind::Structured: structured(tree, n, mode); break;
     case NodeKind::External:
         code_.keepsStored = true;
         code_.remarks.push_back({CodeRemark::Why::Unsupported,
@@ -210,6 +212,16 @@ void Compiler::reference(const Tree& tree, const Node& n, Mode mode)
     }
 }
 
+void Compiler::structured(const Tree& tree, const Node& n, Mode mode)
+{
+    const auto found = structuredPlace(tree, n, scope_);
+    if (const Place* p = std::get_if<Place>(&found)) return place(*p, mode);
+    const auto& lost = std::get<LostReference>(found);
+    code_.unresolved = true;
+    if (!lost.reason.empty()) code_.remarks.push_back({CodeRemark::Why::Unsupported, lost.reason});
+    constant(lost.failure);
+}
+
 /// After something that may have left a reference on top.
 void Compiler::delivered(Mode mode)
 {
@@ -230,6 +242,8 @@ void Compiler::name(const Tree& tree, const Node& n, Mode mode)
         sheet = *found;
     }
     const Tree* meaning = scope_.definedName(text, sheet);
+    if (const Table* table = meaning ? nullptr : scope_.table(text))
+        return place(fixedPlace(table->data()), mode);
     constexpr int kDeepest = 64;
     if (meaning == nullptr || nameDepth_ >= kDeepest) {
         code_.unresolved = true;

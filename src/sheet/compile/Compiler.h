@@ -8,6 +8,7 @@
 #include "sheet/exec/Code.h"
 #include "sheet/formula/Tree.h"
 #include "sheet/value/Environment.h"
+#include "sheet/value/Table.h"
 
 namespace varnex3::sheet {
 
@@ -19,6 +20,9 @@ public:
     /// The formula behind a defined name, references seen from A1: that of `sheet` before that of the
     /// whole book; null for an unknown one. Lives as long as the compilation.
     virtual const Tree* definedName(std::string_view name, SheetIndex sheet) const = 0;
+    /// The table of that name, and the one that a cell belongs to; null for none.
+    virtual const Table* table(std::string_view name) const = 0;
+    virtual const Table* tableAt(const CellAddress& cell) const = 0;
     /// For constants worked out while compiling.
     virtual Environment& environment() const = 0;
 };

@@ -528,6 +528,14 @@ bool isSubtotal(Environment& environment, const CellAddress& cell)
 struct Leaving {
     bool subtotals = true;
     bool failures = false;
+    bool hidden = false; // rows hidden by hand
+    bool filtered = true;
+
+    bool row(Environment::Row shown) const
+    {
+        return (shown == Environment::Row::Hidden && hidden) ||
+               (shown == Environment::Row::Filtered && filtered);
+    }
 };
 
 std::optional<Failure> gather(const Call& call, int i, Leaving leaving, Gathered& sample)
@@ -548,6 +556,7 @@ std::optional<Failure> gather(const Call& call, int i, Leaving leaving, Gathered
     for (const Area& area : argument.areas()) {
         environment.visit(area, [&](std::int32_t row, std::int32_t col, const Value* first, std::int32_t n) {
             for (std::int32_t k = 0; k < n && !failure; ++k) {
+                if (leaving.row(environment.row(area.sheet, row + k))) continue;
                 if (leaving.subtotals && isSubtotal(environment, {area.sheet, row + k, col})) continue;
                 take(first[k]);
             }
@@ -561,12 +570,14 @@ std::optional<Failure> gather(const Call& call, int i, Leaving leaving, Gathered
 Value subtotal(Call& call)
 {
     double choice = std::trunc(call.number(0));
-    if (choice > 100.0) choice -= 100.0; // without hidden rows, of which the engine has none
+    const bool leavesHidden = choice > 100.0; // a filter leaves its rows out whatever the choice
+    if (leavesHidden) choice -= 100.0;
     if (!(choice >= 1.0 && choice <= 11.0)) return Failure::Value;
     const bool countsOnly = choice == 2.0 || choice == 3.0;
     Gathered sample;
     for (int i = 1; i < call.count(); ++i)
-        if (const auto failure = gather(call, i, {true, countsOnly}, sample)) return *failure;
+        if (const auto failure = gather(call, i, {true, countsOnly, leavesHidden, true}, sample))
+            return *failure;
     return summary(static_cast<int>(choice), sample);
 }
 
@@ -578,11 +589,12 @@ Value aggregate(Call& call)
     if (ranked && call.count() != 4) return Failure::Value;
     const bool leavesFailures = option == 2.0 || option == 3.0 || option == 6.0 || option == 7.0;
     const bool countsOnly = choice == 2.0 || choice == 3.0;
+    const bool leavesHidden = option == 1.0 || option == 3.0 || option == 5.0 || option == 7.0;
+    const Leaving leaving{option <= 3.0, leavesFailures || countsOnly, leavesHidden, true};
     Gathered sample;
     const int last = ranked ? 3 : call.count();
     for (int i = 2; i < last; ++i)
-        if (const auto failure = gather(call, i, {option <= 3.0, leavesFailures || countsOnly}, sample))
-            return *failure;
+        if (const auto failure = gather(call, i, leaving, sample)) return *failure;
     const auto chosen = static_cast<int>(choice);
     if (chosen <= 11) return summary(chosen, sample);
     double k = 0.0;

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "sheet/value/Environment.h"
+#include "sheet/value/Table.h"
 #include "sheet/value/Value.h"
 
 namespace varnex3::sheet {
@@ -30,6 +31,12 @@ public:
     virtual void settings(const CalculationSettings& settings) = 0;
     /// A defined name with its formula text (no "="); visible in one sheet only when `scope` is given.
     virtual void defineName(std::string name, std::optional<SheetIndex> scope, std::string formula) = 0;
+
+    /// A table, told before the cells whose formulas name it.
+    virtual void table(Table /*table*/) {}
+    /// A row that is not shown, and an area whose hidden rows are hidden by a filter.
+    virtual void hiddenRow(SheetIndex /*sheet*/, std::int32_t /*row*/) {}
+    virtual void filtered(const Area& /*area*/) {}
 
     virtual void constant(const CellAddress& cell, Value value) = 0;
     /// A formula with the result that the saving program stored (Empty when none is stored).

@@ -47,11 +47,15 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     bool hasFormula(const CellAddress& address) const override;
     std::string formulaText(const CellAddress& address) const override;
     std::string bookPath() const override { return path; }
+    Row row(SheetIndex sheet, std::int32_t row) const override;
 
     // BookBuilder
     SheetIndex addSheet(std::string name) override;
     void settings(const CalculationSettings& settings) override { calculation = settings; }
     void defineName(std::string name, std::optional<SheetIndex> scope, std::string formula) override;
+    void table(Table table) override;
+    void hiddenRow(SheetIndex sheet, std::int32_t row) override;
+    void filtered(const Area& area) override { filters.push_back(area); }
     void constant(const CellAddress& cell, Value value) override;
     void formula(const CellAddress& cell, std::string_view text, Value stored) override;
     void sharedMaster(const CellAddress& cell, std::uint32_t group, std::string_view text,
@@ -68,6 +72,8 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     // Scope
     std::optional<SheetIndex> sheetOf(std::string_view name) const override { return findSheet(name); }
     const Tree* definedName(std::string_view name, SheetIndex sheet) const override;
+    const Table* table(std::string_view name) const override;
+    const Table* tableAt(const CellAddress& cell) const override;
     Environment& environment() const override { return const_cast<Impl&>(*this); }
 
     // Edits
@@ -80,10 +86,12 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     void setArrayFormula(const Area& block, std::string_view text);
     void putFormula(FormulaId f);
     void markEdited(FormulaId f);
-    void markReaders(const std::string& sheetName);
+    void markReaders(const std::string& sheetName, const std::vector<std::string>& tables);
     const Value& storedAt(Slot slot) const;
     void renameSheet(SheetIndex sheet, const std::string& name);
     void removeSheet(SheetIndex sheet);
+    std::vector<std::string> tablesOf(SheetIndex sheet) const;
+    void forgetSheet(SheetIndex sheet);
     void checkSheetName(std::string_view name, std::optional<SheetIndex> except) const;
     void namesChanged();
     void storeLoaded(FormulaId f, Slot slot, Value stored);
@@ -105,9 +113,12 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     SheetIndex loadedSheets = 0;
     std::vector<DefinedName> definedNames;
     std::unordered_multimap<std::string, std::size_t> nameIndex; // lower case -> definedNames
-    std::unordered_map<std::uint64_t, CodeId> sharedGroups;      // sheet and group, while loading
-    std::unordered_map<Slot, Value> storedResults;               // of array blocks' further cells
-    std::vector<Value> stored;                                   // by formula
+    std::vector<Table> tables;
+    std::vector<Area> filters;                              // whose hidden rows are filtered out
+    std::vector<std::vector<std::int32_t>> hiddenRows;      // by sheet, ascending
+    std::unordered_map<std::uint64_t, CodeId> sharedGroups; // sheet and group, while loading
+    std::unordered_map<Slot, Value> storedResults;          // of array blocks' further cells
+    std::vector<Value> stored;                              // by formula
     std::vector<std::pair<std::string, std::string>> notices;
     CalculationSettings calculation;
     std::function<double()> uniform;

@@ -14,10 +14,10 @@ void Book::Impl::markEdited(FormulaId f)
             store.mark(store.find({corner.sheet, r, c}), Store::kEdited);
 }
 
-/// Formulas that name a sheet read differently once it is renamed or removed.
-void Book::Impl::markReaders(const std::string& name)
+/// Formulas that name a sheet, or tables of one, read differently once it is renamed or removed.
+void Book::Impl::markReaders(const std::string& name, const std::vector<std::string>& lost)
 {
-    const std::vector<bool> naming = formulas.codesNaming(name);
+    const std::vector<bool> naming = formulas.codesNaming(name, lost);
     for (FormulaId f = 0; f < formulas.size(); ++f)
         if (formulas.isAlive(f) && naming[formulas.cell(f).code]) markEdited(f);
 }

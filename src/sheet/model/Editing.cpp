@@ -1,6 +1,7 @@
 // sheet/model/Editing.cpp - changes to a book that is in use.
 #include <algorithm>
 
+#include "sheet/compile/Structured.h"
 #include "sheet/format/Convert.h"
 #include "sheet/formula/Parser.h"
 #include "sheet/model/BookImpl.h"
@@ -64,7 +65,7 @@ void Book::Impl::setFormula(const CellAddress& cell, std::string_view text)
                         std::to_string(error->position + 1) + ")");
     const Slot slot = makeCell(cell);
     clearFormula(slot);
-    const FormulaId f = formulas.add(slot, formulas.intern(text, cell, false));
+    const FormulaId f = formulas.add(slot, formulas.intern(text, cell, false, *this));
     store.setFormula(slot, f);
     putFormula(f);
 }
@@ -79,7 +80,8 @@ void Book::Impl::setArrayFormula(const Area& block, std::string_view text)
         throw BookError(cellText(corner) + ": " + error->message);
     for (std::int32_t r = block.row0; r <= block.row1; ++r)
         for (std::int32_t c = block.col0; c <= block.col1; ++c) clearFormula(makeCell({block.sheet, r, c}));
-    const FormulaId f = formulas.addBlock(makeCell(corner), formulas.intern(text, corner, true), block);
+    const FormulaId f =
+        formulas.addBlock(makeCell(corner), formulas.intern(text, corner, true, *this), block);
     for (std::int32_t r = block.row0; r <= block.row1; ++r)
         for (std::int32_t c = block.col0; c <= block.col1; ++c)
             store.setFormula(store.find({block.sheet, r, c}), f);
@@ -105,7 +107,7 @@ void Book::Impl::renameSheet(SheetIndex sheet, const std::string& name)
     checkAddress({sheet, 0, 0});
     checkSheetName(name, sheet);
     std::string& own = sheetNames[static_cast<std::size_t>(sheet)];
-    markReaders(own);
+    markReaders(own, {});
     formulas.renameSheet(own, name);
     for (DefinedName& defined : definedNames) {
         if (!defined.tree || !renameSheetIn(*defined.tree, own, name)) continue;
@@ -126,13 +128,14 @@ void Book::Impl::removeSheet(SheetIndex sheet)
         if (f < stored.size()) stored[f] = Value();
     }
     const std::string name = sheetNames[static_cast<std::size_t>(sheet)];
-    markReaders(name);
-    formulas.removeSheet(name, sheet);
+    const std::vector<std::string> lost = tablesOf(sheet);
+    markReaders(name, lost);
+    formulas.removeSheet(name, sheet, lost);
     std::vector<DefinedName> kept;
     for (DefinedName& defined : definedNames) {
         if (defined.scope == sheet) continue;
         if (defined.scope && *defined.scope > sheet) --*defined.scope;
-        if (defined.tree && removeSheetFrom(*defined.tree, name)) {
+        if (defined.tree && removeSheetFrom(*defined.tree, name, lost)) {
             defined.formula = "#REF!";
             defined.changed = true;
         }
@@ -149,6 +152,7 @@ void Book::Impl::removeSheet(SheetIndex sheet)
     }
     sheetNames.erase(sheetNames.begin() + sheet);
     loadedNames.erase(loadedNames.begin() + sheet);
+    forgetSheet(sheet);
     recalculation.forgetSlots();
     store.removeSheet(sheet);
     ++generation;
@@ -168,7 +172,14 @@ std::optional<Area> Book::Impl::areaOf(const Tree& tree, SheetIndex sheet, int d
             scope = *found;
         }
         const Tree* meaning = definedName(tree.texts[static_cast<std::size_t>(n.text)], scope);
-        return meaning ? areaOf(*meaning, scope, depth + 1) : std::nullopt;
+        if (meaning) return areaOf(*meaning, scope, depth + 1);
+        const Table* whole = table(tree.texts[static_cast<std::size_t>(n.text)]);
+        return whole ? std::optional(whole->data()) : std::nullopt;
+    }
+    if (n.kind == NodeKind::Structured) {
+        const auto found = structuredPlace(tree, n, *this);
+        const Place* p = std::get_if<Place>(&found);
+        return p ? resolve(*p, CellAddress{p->sheet, 0, 0}) : std::nullopt;
     }
     if (n.kind != NodeKind::Reference || n.lastSheet >= 0) return std::nullopt;
     Place place{n.first, n.last, n.extent, sheet, -1, true, true, false};

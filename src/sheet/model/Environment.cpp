@@ -132,7 +132,8 @@ Value Book::Impl::referenceFromText(std::string_view text, bool a1, const CellAd
     const auto* tree = std::get_if<Tree>(&parsed);
     if (tree == nullptr) return Failure::Ref;
     const NodeKind kind = tree->root().kind;
-    if (kind != NodeKind::Reference && kind != NodeKind::Name && kind != NodeKind::RangeOperator)
+    if (kind != NodeKind::Reference && kind != NodeKind::Name && kind != NodeKind::RangeOperator &&
+        kind != NodeKind::Structured)
         return Failure::Ref;
     if (const auto area = areaOf(*tree, here.sheet, 0)) {
         // Relative coordinates were counted from `here`; areaOf sees them from A1.

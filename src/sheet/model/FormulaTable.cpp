@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "sheet/compile/Structured.h"
 #include "sheet/format/Convert.h"
 #include "sheet/formula/Parser.h"
 
@@ -13,10 +14,18 @@ namespace {
 /// them parsed again when asked, which keeps its memory in bounds.
 constexpr std::size_t kTreesKept = 20000;
 
-bool hasNames(const Tree& tree)
+bool has(const Tree& tree, NodeKind kind)
 {
-    return std::any_of(tree.nodes.begin(), tree.nodes.end(),
-                       [](const Node& n) { return n.kind == NodeKind::Name; });
+    return std::any_of(tree.nodes.begin(), tree.nodes.end(), [&](const Node& n) { return n.kind == kind; });
+}
+
+bool namesTable(const Tree& tree, const Node& n, const std::vector<std::string>& tables)
+{
+    const bool mayBeTable = n.kind == NodeKind::Structured || (n.kind == NodeKind::Name && n.sheet < 0);
+    return mayBeTable && n.text >= 0 &&
+           std::any_of(tables.begin(), tables.end(), [&](const std::string& table) {
+               return equalTexts(table, tree.texts[static_cast<std::size_t>(n.text)]);
+           });
 }
 
 } // namespace
@@ -35,24 +44,31 @@ bool renameSheetIn(Tree& tree, std::string_view from, std::string_view to)
     return changed;
 }
 
-bool removeSheetFrom(Tree& tree, std::string_view name)
+bool removeSheetFrom(Tree& tree, std::string_view name, const std::vector<std::string>& tables)
 {
     bool changed = false;
+    const auto lose = [&](Node& n) {
+        n = Node{};
+        n.kind = NodeKind::Failure;
+        n.failure = Failure::Ref;
+        changed = true;
+    };
     for (Node& n : tree.nodes) {
+        if (namesTable(tree, n, tables)) {
+            lose(n);
+            continue;
+        }
         if (n.kind != NodeKind::Reference && n.kind != NodeKind::Name) continue;
         for (const std::int32_t text : {n.sheet, n.lastSheet}) {
             if (text < 0 || !equalTexts(tree.texts[static_cast<std::size_t>(text)], name)) continue;
-            n = Node{};
-            n.kind = NodeKind::Failure;
-            n.failure = Failure::Ref;
-            changed = true;
+            lose(n);
             break;
         }
     }
     return changed;
 }
 
-CodeId FormulaTable::intern(std::string_view text, const CellAddress& cell, bool array)
+CodeId FormulaTable::intern(std::string_view text, const CellAddress& cell, bool array, const Scope& scope)
 {
     ParseResult parsed = parseFormula(text, cell);
     auto shared = std::make_unique<SharedCode>();
@@ -67,7 +83,9 @@ CodeId FormulaTable::intern(std::string_view text, const CellAddress& cell, bool
         return static_cast<CodeId>(codes_.size() - 1);
     }
     Tree& tree = std::get<Tree>(parsed);
-    if (hasNames(tree)) shared->sheet = cell.sheet;
+    if (has(tree, NodeKind::Name)) shared->sheet = cell.sheet;
+    const bool structured = has(tree, NodeKind::Structured);
+    if (structured) bindToTables(tree, cell, scope);
     shared->hash =
         hashOf(tree) ^ (array ? 0x5bd1e995U : 0U) ^ (static_cast<std::size_t>(shared->sheet) << 20);
     const auto [first, last] = byHash_.equal_range(shared->hash);
@@ -77,7 +95,7 @@ CodeId FormulaTable::intern(std::string_view text, const CellAddress& cell, bool
             (other.tree ? *other.tree == tree : treeOf(other) == tree))
             return at->second;
     }
-    if (codes_.size() < kTreesKept) {
+    if (structured || codes_.size() < kTreesKept) { // a text does not hold what it was bound to
         shared->tree = std::make_unique<Tree>(std::move(tree));
     } else {
         shared->source = text;
@@ -176,7 +194,8 @@ void FormulaTable::changeTrees(Change change)
     }
 }
 
-std::vector<bool> FormulaTable::codesNaming(std::string_view sheet) const
+std::vector<bool> FormulaTable::codesNaming(std::string_view sheet,
+                                            const std::vector<std::string>& tables) const
 {
     const auto names = [&](const Tree& tree, std::int32_t text) {
         return text >= 0 && equalTexts(tree.texts[static_cast<std::size_t>(text)], sheet);
@@ -186,7 +205,7 @@ std::vector<bool> FormulaTable::codesNaming(std::string_view sheet) const
         if (!codes_[id]->parsable) continue;
         const Tree tree = treeOf(*codes_[id]);
         found[id] = std::any_of(tree.nodes.begin(), tree.nodes.end(), [&](const Node& n) {
-            return names(tree, n.sheet) || names(tree, n.lastSheet);
+            return names(tree, n.sheet) || names(tree, n.lastSheet) || namesTable(tree, n, tables);
         });
     }
     return found;
@@ -197,10 +216,11 @@ void FormulaTable::renameSheet(std::string_view from, std::string_view to)
     changeTrees([&](Tree& tree, SharedCode&) { return renameSheetIn(tree, from, to); });
 }
 
-void FormulaTable::removeSheet(std::string_view name, SheetIndex sheet)
+void FormulaTable::removeSheet(std::string_view name, SheetIndex sheet,
+                               const std::vector<std::string>& tables)
 {
     changeTrees([&](Tree& tree, SharedCode& shared) {
-        bool changed = removeSheetFrom(tree, name);
+        bool changed = removeSheetFrom(tree, name, tables);
         if (shared.sheet >= sheet) {
             shared.sheet = shared.sheet == sheet ? kMaxRows : shared.sheet - 1; // of no sheet any more
             changed = true;

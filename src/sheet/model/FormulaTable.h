@@ -44,7 +44,7 @@ struct FormulaCell {
 class FormulaTable {
 public:
     /// The code of a formula text; equal formulas get the same one. Not compiled yet.
-    CodeId intern(std::string_view text, const CellAddress& cell, bool array);
+    CodeId intern(std::string_view text, const CellAddress& cell, bool array, const Scope& scope);
     void compile(CodeId id, const Scope& scope);
     void compileAll(const Scope& scope);
     const Code& code(FormulaId f) const { return codes_[cells_[f].code]->code; }
@@ -65,12 +65,13 @@ public:
     /// The formula as text with "=", seen from `here`.
     std::string text(FormulaId f, const CellAddress& here) const;
 
-    /// Whether the formulas of a code name a sheet, by code.
-    std::vector<bool> codesNaming(std::string_view sheet) const;
+    /// Whether the formulas of a code name a sheet or one of some tables, by code.
+    std::vector<bool> codesNaming(std::string_view sheet, const std::vector<std::string>& tables) const;
     /// References to a sheet follow its new name.
     void renameSheet(std::string_view from, std::string_view to);
-    /// References to a sheet that goes away become #REF!; formulas of it are to be removed before.
-    void removeSheet(std::string_view name, SheetIndex sheet);
+    /// References to a sheet that goes away, and to its tables, become #REF!; formulas of it are to be
+    /// removed before.
+    void removeSheet(std::string_view name, SheetIndex sheet, const std::vector<std::string>& tables);
 
 private:
     Tree treeOf(const SharedCode& shared) const;
@@ -86,7 +87,7 @@ private:
 
 /// Changes the name of a sheet in a tree; whether it occurred.
 bool renameSheetIn(Tree& tree, std::string_view from, std::string_view to);
-/// Turns references to a sheet into #REF!; whether there were any.
-bool removeSheetFrom(Tree& tree, std::string_view name);
+/// Turns references to a sheet or to one of its tables into #REF!; whether there were any.
+bool removeSheetFrom(Tree& tree, std::string_view name, const std::vector<std::string>& tables);
 
 } // namespace varnex3::sheet

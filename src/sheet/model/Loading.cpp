@@ -85,13 +85,13 @@ void Book::Impl::storeLoaded(FormulaId f, Slot slot, Value value)
 void Book::Impl::formula(const CellAddress& cell, std::string_view text, Value value)
 {
     const Slot slot = makeCell(cell);
-    storeLoaded(formulas.add(slot, formulas.intern(text, cell, false)), slot, std::move(value));
+    storeLoaded(formulas.add(slot, formulas.intern(text, cell, false, *this)), slot, std::move(value));
 }
 
 void Book::Impl::sharedMaster(const CellAddress& cell, std::uint32_t group, std::string_view text,
                               Value value)
 {
-    const CodeId code = formulas.intern(text, cell, false);
+    const CodeId code = formulas.intern(text, cell, false, *this);
     sharedGroups[groupKey(cell.sheet, group)] = code;
     const Slot slot = makeCell(cell);
     storeLoaded(formulas.add(slot, code), slot, std::move(value));
@@ -112,7 +112,7 @@ void Book::Impl::arrayFormula(const Area& area, std::string_view text, Value val
 {
     // A spilling formula fills the block that the file says it filled when it was saved.
     const CellAddress corner{area.sheet, area.row0, area.col0};
-    const CodeId code = formulas.intern(text, corner, true);
+    const CodeId code = formulas.intern(text, corner, true, *this);
     const FormulaId f = formulas.addBlock(makeCell(corner), code, area);
     for (std::int32_t r = area.row0; r <= area.row1; ++r)
         for (std::int32_t c = area.col0; c <= area.col1; ++c)

@@ -66,6 +66,10 @@ public:
     virtual bool hasFormula(const CellAddress& address) const = 0;
     virtual std::string formulaText(const CellAddress& address) const = 0; // with "="; empty for none
     virtual std::string bookPath() const = 0;                              // as opened; empty when new
+
+    /// Whether a row is shown; hidden ones are so by hand or by a filter.
+    enum class Row : std::uint8_t { Shown, Hidden, Filtered };
+    virtual Row row(SheetIndex /*sheet*/, std::int32_t /*row*/) const { return Row::Shown; }
 };
 
 } // namespace varnex3::sheet

@@ -108,6 +108,58 @@ private:
     std::string text_;
 };
 
+class TableHandler final : public XmlHandler {
+public:
+    TableHandler(Package& package, TablePart& result) : package_(package), result_(result) {}
+
+    bool open(const Tag& tag) override
+    {
+        if (!tag.isMain()) return false;
+        Table& table = result_.table;
+        if (tag.depth == 1) {
+            if (tag.name != "table") throw XmlProblem{"it is no table part"};
+            const char* name = tag.attribute("displayName");
+            table.name = unescaped(textOf(name ? name : tag.attribute("name")));
+            if (const auto area = parseArea(textOf(tag.attribute("ref")))) {
+                table.area = *area;
+                placed_ = true;
+            }
+            table.headerRows = count(tag.attribute("headerRowCount"), 1);
+            table.totalsRows = count(tag.attribute("totalsRowCount"), 0);
+            return true;
+        }
+        if (tag.depth == 2) {
+            columns_ = tag.name == "tableColumns";
+            return columns_ || tag.name == "autoFilter";
+        }
+        if (columns_ && tag.name == "tableColumn") {
+            table.columns.push_back(unescaped(textOf(tag.attribute("name"))));
+            package_.chargeText(table.columns.back().size() + kKeptBytes);
+        }
+        if (!columns_ && tag.name == "filterColumn") result_.filtered = true;
+        return false;
+    }
+    void close(int depth) override
+    {
+        if (depth != 1) return;
+        const Table& table = result_.table;
+        result_.sound = placed_ && !table.name.empty() &&
+                        table.columns.size() == static_cast<std::size_t>(table.area.cols()) &&
+                        table.headerRows + table.totalsRows <= table.area.rows();
+    }
+
+private:
+    static std::int32_t count(const char* attribute, std::int32_t otherwise)
+    {
+        const auto rows = attribute ? parseIndex(attribute) : std::nullopt;
+        return rows ? static_cast<std::int32_t>(std::min<std::uint32_t>(*rows, kMaxRows)) : otherwise;
+    }
+
+    Package& package_;
+    TablePart& result_;
+    bool placed_ = false, columns_ = false;
+};
+
 // Formats that files refer to by number without listing them; those of the East Asian versions
 // (27-36, 50-58) show dates too.
 bool isBuiltinDate(std::uint32_t id)
@@ -200,6 +252,14 @@ WorkbookPart readWorkbookPart(Package& package, const std::string& part)
 {
     WorkbookPart result;
     WorkbookHandler handler(package, result);
+    package.read(part, handler);
+    return result;
+}
+
+TablePart readTable(Package& package, const std::string& part)
+{
+    TablePart result;
+    TableHandler handler(package, result);
     package.read(part, handler);
     return result;
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "sheet/model/BookBuilder.h"
+#include "sheet/value/Table.h"
 #include "sheet/xlsx/Package.h"
 
 namespace varnex3::sheet::xlsx {
@@ -45,6 +46,14 @@ struct WorkbookPart {
     std::vector<std::string> externalLinks; // relationship ids in the order that formulas count them
 };
 WorkbookPart readWorkbookPart(Package& package, const std::string& part);
+
+/// What a table part says; its sheet is not told there.
+struct TablePart {
+    Table table;
+    bool filtered = false; // a filter hides some of its rows
+    bool sound = false;    // as many columns as its area has, and rows for headers and totals
+};
+TablePart readTable(Package& package, const std::string& part);
 
 /// Which cell formats show dates, by their position.
 class Styles {

@@ -39,20 +39,6 @@ std::string partOfType(const std::vector<Relationship>& all, std::string_view ty
 
 std::string quoted(const std::string& name) { return "sheet \"" + name + "\""; }
 
-class TableHandler final : public xlsx::XmlHandler {
-public:
-    bool open(const xlsx::Tag& tag) override
-    {
-        if (tag.depth != 1 || !tag.isMain("table")) return false;
-        if (const char* text = tag.attribute("displayName")) name = text;
-        if (const char* text = tag.attribute("ref")) area = text;
-        return false;
-    }
-    void close(int) override {}
-
-    std::string name, area;
-};
-
 class WorkbookReader {
 public:
     WorkbookReader(Package& package, BookBuilder& builder)
@@ -69,6 +55,7 @@ public:
         addSheets();
         defineNames();
         tellBookFeatures();
+        for (const Sheet& sheet : sheets_) tellTables(sheet);
         readCells();
     }
 
@@ -178,12 +165,23 @@ private:
             if (r.type == "pivotTable")
                 notices_.tell("pivot", quoted(sheet.name),
                               "a pivot table is not refreshed: its stored values are kept");
-            if (r.type == "table" && package_.has(r.target)) {
-                TableHandler table;
-                package_.read(r.target, table);
+        }
+    }
+
+    void tellTables(const Sheet& sheet)
+    {
+        for (const Relationship& r : package_.relationships(sheet.part)) {
+            if (r.external || r.type != "table" || !package_.has(r.target)) continue;
+            xlsx::TablePart part = xlsx::readTable(package_, r.target);
+            part.table.area.sheet = sheet.index;
+            if (!part.sound) {
                 notices_.tell("table", quoted(sheet.name),
-                              "table " + table.name + " (" + table.area + ") is read as plain cells");
+                              "the columns of table " + part.table.name +
+                                  " do not fit its cells: references to it give #REF!");
+                continue;
             }
+            if (part.filtered) builder_.filtered(part.table.area);
+            builder_.table(std::move(part.table));
         }
     }
 

@@ -70,8 +70,10 @@ public:
         case 1:
             if (!tag.isMain("worksheet")) throw XmlProblem{"it is no worksheet part"};
             return true;
-        case 2: return tag.isMain("sheetData");
-        case 3: return tag.isMain("row") && openRow(tag);
+        case 2: return openSection(tag);
+        case 3:
+            if (inFilter_) return openFilter(tag);
+            return tag.isMain("row") && openRow(tag);
         case 4: return tag.isMain("c") && openCell(tag);
         case 5: return tag.isMain() && openField(tag);
         default: return field_ == Field::Inline && inline_.open(tag, tag.depth - 5);
@@ -84,6 +86,7 @@ public:
         if (depth == 5) field_ = Field::None;
         if (depth == 4) tellCell();
         if (depth == 3) inCell_ = false;
+        if (depth == 2) inFilter_ = false;
     }
 
     void text(std::string_view piece) override
@@ -111,6 +114,26 @@ private:
     std::string cellName() const { return name_ + ", cell " + a1Text(address()); }
     [[noreturn]] void fail(const std::string& problem) const { context_.package.fail(where(), problem); }
 
+    bool openSection(const Tag& tag)
+    {
+        if (!tag.isMain("autoFilter")) return tag.isMain("sheetData");
+        const char* area = tag.attribute("ref");
+        filter_ = area ? parseArea(area) : std::nullopt;
+        inFilter_ = filter_.has_value();
+        return inFilter_;
+    }
+
+    // Only a filter that chooses something hides rows.
+    bool openFilter(const Tag& tag)
+    {
+        if (tag.isMain("filterColumn") && filter_) {
+            filter_->sheet = index_;
+            context_.builder.filtered(*filter_);
+            filter_.reset();
+        }
+        return false;
+    }
+
     bool openRow(const Tag& tag)
     {
         inCell_ = false;
@@ -123,6 +146,7 @@ private:
         }
         if (row_ >= kMaxRows) fail("more rows than the 1048576 that a sheet has");
         nextColumn_ = 0;
+        if (parseFlag(tag.attribute("hidden"), false)) context_.builder.hiddenRow(index_, row_);
         return true;
     }
 
@@ -374,6 +398,8 @@ private:
     std::int32_t row_ = -1;
     std::int32_t nextColumn_ = 0;
     Position at_;
+    std::optional<Area> filter_;
+    bool inFilter_ = false;
     bool inCell_ = false;
     Field field_ = Field::None;
 

@@ -4,6 +4,9 @@
 //   name rate =Sheet1!A1 defines a name
 //   cell A1  2.5         content as a user types it
 //   array A1:B2 =...     an array formula over a block
+//   table T A1:C5 1      a table with one row of totals; its header row has the names of the columns
+//   hide 3               hides a row
+//   filter A1:C5         its hidden rows are filtered out
 //   recalc               recalculates (expect does so as well)
 //   expect A2  3         the value of a cell: number, text, TRUE, #DIV/0!, empty
 //   expect =A1+1  4      the value of a formula that stands in no cell of the script
@@ -64,6 +67,16 @@ private:
             Area area = parseA1(word(rest)).value();
             area.sheet = sheet_;
             book_.setArrayFormula(area, rest);
+        } else if (verb == "table") {
+            const std::string name = word(rest), area = word(rest);
+            load([&](BookBuilder& builder) { builder.table(tableOf(name, area, rest == "1" ? 1 : 0)); });
+        } else if (verb == "hide") {
+            const std::int32_t row = at("A" + std::string(rest)).row;
+            load([&](BookBuilder& builder) { builder.hiddenRow(sheet_, row); });
+        } else if (verb == "filter") {
+            Area area = parseA1(rest).value();
+            area.sheet = sheet_;
+            load([&](BookBuilder& builder) { builder.filtered(area); });
         } else if (verb == "recalc") {
             book_.calculate();
         } else if (verb == "expect") {
@@ -71,6 +84,22 @@ private:
         } else {
             ADD_FAILURE() << "no such line: " << verb;
         }
+    }
+
+    template <class Tell>
+    void load(Tell tell)
+    {
+        tell(book_.builder());
+        book_.finishLoading();
+    }
+
+    Table tableOf(const std::string& name, const std::string& area, std::int32_t totals) const
+    {
+        Table table{name, parseA1(area).value(), 1, totals, {}};
+        table.area.sheet = sheet_;
+        for (std::int32_t c = table.area.col0; c <= table.area.col1; ++c)
+            table.columns.push_back(shown(book_.value({sheet_, table.area.row0, c})));
+        return table;
     }
 
     void expect(std::string_view rest)

@@ -1,6 +1,8 @@
 // tests/unit/xlsx/ReaderTest.cpp - what arrives of a sound file: values, formulas, names, settings, notices.
 #include <gmock/gmock.h>
 
+#include <span>
+
 #include "unit/xlsx/Packages.h"
 
 namespace varnex3::sheet::test {
@@ -167,8 +169,43 @@ TEST(Reader, KeepsTabOrderNamesAndSettings)
                             HasSubstr("name m: it stands for a macro"),
                             HasSubstr("name lost: it belongs to a sheet that the file does not have"),
                             "workbook: external link 1: prices.xlsx", "workbook: macros are kept, not run",
-                            "sheet \"T&wo\": table Sales (A1:C9) is read as plain cells",
+                            HasSubstr("sheet \"T&wo\": the columns of table Sales do not fit its cells"),
                             HasSubstr("sheet \"T&wo\": a pivot table")));
+}
+
+struct LayoutRecorder final : Recorder {
+    void table(Table t) override
+    {
+        told += t.name + "(" + std::to_string(t.area.row0) + "-" + std::to_string(t.area.row1) + "," +
+                std::to_string(t.headerRows) + "," + std::to_string(t.totalsRows) + ") ";
+        for (const std::string& column : t.columns) told += "[" + column + "] ";
+    }
+    void hiddenRow(SheetIndex, std::int32_t row) override { told += "hidden " + std::to_string(row) + " "; }
+    void filtered(const Area& a) override { told += "filter to " + std::to_string(a.row1) + " "; }
+    std::string told;
+};
+
+TEST(Reader, TellsTablesHiddenRowsAndFiltersThatChoose)
+{
+    const auto sheetPart = [](const std::string& filter) {
+        return "<worksheet xmlns=\"" + kMain + "\"><sheetData><row r=\"1\"/><row r=\"3\" hidden=\"1\"/>" +
+               "</sheetData><autoFilter ref=\"A1:A5\">" + filter + "</autoFilter></worksheet>";
+    };
+    const std::string table = "<table xmlns=\"" + kMain +
+                              R"(" displayName="T" ref="A1:B9" totalsRowCount="1"><autoFilter ref="A1:B8"/>)"
+                              R"(<tableColumns count="2"><tableColumn id="1" name="a_x000a_b"/>)"
+                              R"(<tableColumn id="2" name="c"/></tableColumns></table>)";
+    const auto told = [&](const std::string& filter) {
+        LayoutRecorder recorder;
+        const std::string bytes = zipped(workbookParts(
+            "", {{"xl/worksheets/sheet1.xml", sheetPart(filter)},
+                 {"xl/worksheets/_rels/sheet1.xml.rels", relationships({{"table", "../tables/t.xml"}})},
+                 {"xl/tables/t.xml", table}}));
+        readWorkbook(std::as_bytes(std::span(bytes)), "t.xlsx", recorder);
+        return recorder.told;
+    };
+    EXPECT_EQ(told(""), "T(0-8,1,1) [a\nb] [c] hidden 2 ");
+    EXPECT_EQ(told(R"(<filterColumn colId="0"/>)"), "T(0-8,1,1) [a\nb] [c] hidden 2 filter to 4 ");
 }
 
 // Prefixes, the strict vocabulary, other vocabularies in between, and UTF-16.
