@@ -24,6 +24,14 @@ std::string standardText(Long number)
     case errors::UserInterrupt: return "User interrupt occurred";
     case errors::Internal: return "Internal error";
     case errors::ObjectNotSet: return "Object variable or With block variable not set";
+    case errors::ReadOnly: return "Set not supported (read-only property)";
+    case errors::WriteOnly: return "Get not supported (write-only property)";
+    case errors::CannotCreate: return "Component can't create object";
+    case errors::NoSuchMember: return "Object doesn't support this property or method";
+    case errors::ArgumentNotOptional: return "Argument not optional";
+    case errors::ArgumentCount: return "Wrong number of arguments or invalid property assignment";
+    case errors::ReferenceOnly:
+        return "Property let procedure not defined and property get procedure did not return an object";
     case errors::DuplicateKey: return "This key is already associated with an element of this collection";
     default: return "Application-defined or object-defined error";
     }
