@@ -31,7 +31,7 @@ const Case kCases[] = {
     {"sin x at 1", "=SIN(A1)", 1.0, std::cos(1.0), -std::sin(1.0)},
     {"1 / (1 + x^2) at 0.5", "=1/(1+A1^2)", 0.5, -0.64, -0.256},
     {"e^x at 1e-6", "=EXP(A1)", 1e-6, std::exp(1e-6), std::exp(1e-6)},
-    {"kink: |x - 1| at 1.1", "=ABS(A1-1)", 1.1, 1.0, 0.0},
+    {"kink: abs(x - 1) at 1.1", "=ABS(A1-1)", 1.1, 1.0, 0.0},
     {"cliff: sqrt(x - 1) at 1.1", "=SQRT(A1-1)", 1.1, 0.5 / std::sqrt(0.1), -0.25 / std::pow(0.1, 1.5)},
     {"cliff: arccos x at 0.9", "=ACOS(A1)", 0.9, -1 / std::sqrt(0.19), -0.9 / std::pow(0.19, 1.5)},
 };

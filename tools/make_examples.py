@@ -257,9 +257,22 @@ def one_way_clutch():
     return book
 
 
+def piston_clearance():
+    """W. Navidi, Statistics for Engineers and Scientists, 4th edition, section 4.5, exercise 13."""
+    book = new_book()
+    p = Page(book, "Fit", "Piston in a hole: clearance on each side")
+    p.section("Diameters")
+    p.row("Hole", 15.00, "cm", "standard deviation 0.025", "hole", True)
+    p.row("Piston", 14.88, "cm", "standard deviation 0.015", "piston", True)
+    p.section("Result")
+    p.row("Clearance", "=(hole-piston)/2", "cm", "0.05 to 0.09", "clearance")
+    return book
+
+
 EXAMPLES = {"welded_beam": welded_beam, "pressure_vessel": pressure_vessel, "speed_reducer": speed_reducer,
             "stackup": stackup, "voltage_divider": voltage_divider, "robust_spring": robust_spring,
-            "bearing_clearance": bearing_clearance, "one_way_clutch": one_way_clutch}
+            "bearing_clearance": bearing_clearance, "one_way_clutch": one_way_clutch,
+            "piston_clearance": piston_clearance}
 
 
 def main(names):

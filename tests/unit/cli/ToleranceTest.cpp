@@ -19,7 +19,7 @@ protected:
     Tolerance()
     {
         folder.copy(CORVANE_TEST_DATA "/workbooks/study_cells.xlsx", "design.xlsx");
-        for (const std::string name : {"bearing_clearance", "one_way_clutch"})
+        for (const std::string name : {"bearing_clearance", "one_way_clutch", "piston_clearance"})
             for (const std::string ending : {".xlsx", ".toml"})
                 folder.copy(CORVANE_EXAMPLES "/" + name + "/" + name + ending, name + ending);
     }
@@ -175,6 +175,18 @@ TEST_F(Tolerance, AllocationClosesAndCanBeWrittenBack)
     EXPECT_NEAR(again["responseStDev"], 0.005, 1e-15);
     EXPECT_THAT(folder.read("new.toml"),
                 HasSubstr("# before: tolerance = { half_width = 0.008, sigma = 3 }"));
+}
+
+// Published with two or four digits, probabilities from a table entered with two decimals: the bounds below.
+TEST_F(Tolerance, TheTextbookFitIsAsPublished)
+{
+    const json y = run({"sensitivity", "piston_clearance.toml"})["responses"][0];
+    EXPECT_NEAR(y["responseMean"], 0.06, 1e-15);
+    EXPECT_NEAR(y["responseStDev"], 0.01458, 5e-6);
+    EXPECT_NEAR(y["PNC_lsl"], 0.2451, 0.002);
+    EXPECT_NEAR(1.0 - y["PNC_total"].get<double>(), 0.7352, 0.002);
+    const json best = run({"optimize", "piston_clearance.toml", "--seed", "1", "--quiet"});
+    EXPECT_NEAR(best["responses"][0]["Mean"], 0.07, 1e-4);
 }
 
 TEST_F(Tolerance, AllocationMeetsAProbabilityAlthoughTheMeanShifts)
