@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "montecarlo/c_MonteCarlo.h"
+#include "runtime/Elementary.h"
 #include "runtime/Number.h"
 #include "sorting/RadixSort.h"
 #include "stats/c_Statistics.h"
@@ -141,7 +142,9 @@ double c_MonteCarlo::maxPNC(Long n, Long x, double alpha)
     Procedure here{"c_MonteCarlo", "maxPNC"};
 
     here.at(1);
-    if (x == 0) return 1.0 - std::exp(std::log(alpha) / n); // no failure in n trials has probability alpha
+    if (x == 0)
+        return 1.0 -
+               elementary::exp(elementary::log(alpha) / n); // no failure in n trials has probability alpha
     here.at(4);
     return std::min(1.0, static_cast<double>(x) / n + halfWidth(n, x, alpha));
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "runtime/Elementary.h"
 #include "runtime/Number.h"
 #include "stats/c_Statistics.h"
 #include "ui/Debug.h"
@@ -158,7 +159,7 @@ void c_al_Allocation::Allocate(const c_al_Input& ins, c_al_Output& outs) const
         for (Long i : inputs) {
             const double c = driverOf(ins, i);
             if (isFree(ins, i) && c != 0.0)
-                kappaSum = kappaSum + ins.Derivs1(i) * ins.Derivs1(i) / std::pow(c, 4.0 * d);
+                kappaSum = kappaSum + ins.Derivs1(i) * ins.Derivs1(i) / elementary::pow(c, 4.0 * d);
         }
         detail("kappaSum", kappaSum);
         here.at(8);
@@ -168,7 +169,7 @@ void c_al_Allocation::Allocate(const c_al_Input& ins, c_al_Output& outs) const
         for (Long i : inputs) {
             const double c = driverOf(ins, i);
             double stdev = ins.xStDevs(i);
-            if (isFree(ins, i)) stdev = c == 0.0 ? 0.0 : kappa / std::pow(c, 2.0 * d);
+            if (isFree(ins, i)) stdev = c == 0.0 ? 0.0 : kappa / elementary::pow(c, 2.0 * d);
             outs.xStDevs(i, stdev);
         }
         return true;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "runtime/Elementary.h"
 #include "runtime/Number.h"
 
 namespace varnex3 {
@@ -37,7 +38,7 @@ double gaussian(double x)
 {
     const double s = std::floor(x * 16.0) / 16.0;
     const double del = (x - s) * (x + s);
-    return std::exp(-s * s * 0.5) * std::exp(-del * 0.5);
+    return elementary::exp(-s * s * 0.5) * elementary::exp(-del * 0.5);
 }
 
 double centre(double z, double y, bool upperTail)
@@ -83,13 +84,14 @@ double density(double x, double mean, double stdev)
     const double twoVariances = stdev * stdev * 2.0;
     if (twoVariances == 0.0) raise(errors::DivisionByZero);
     const double distance = x - mean;
-    return std::exp(-(distance * distance) / twoVariances) * 1.0 / (std::sqrt(6.28318530717958) * stdev);
+    return elementary::exp(-(distance * distance) / twoVariances) * 1.0 /
+           (std::sqrt(6.28318530717958) * stdev);
 }
 
 /// To a number of decimals; halves go upward, for negative values too.
 double roundDigits(double value, std::int16_t digits)
 {
-    const double power = std::pow(10.0, digits);
+    const double power = elementary::pow(10.0, digits);
     const double t = value * power;
     if (!std::isfinite(t)) raise(errors::Overflow);
     return (t - std::floor(t) < 0.5 ? std::floor(t) : std::floor(t + 1.0)) / power;
@@ -133,7 +135,7 @@ double searchZ(const c_Statistics& statistics, const Variant& tailTarget, std::i
     if (digits < 1) digits = 1;
     double z = 0.0;
     double step = target > 0.5 ? -1.0 : 1.0;
-    const double tolerance = 1.0 / std::pow(10.0, digits) / 5.0;
+    const double tolerance = 1.0 / elementary::pow(10.0, digits) / 5.0;
     while (std::fabs(step) > tolerance) {
         const double P = statistics.normCDF(z, true);
         if (step * (target - P) > 0.0) step = -step / 2.0;

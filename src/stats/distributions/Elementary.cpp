@@ -3,7 +3,9 @@
 // Every row takes x as location + scale * (a standard variable); tails are worked from their own side.
 #include <cmath>
 
+#include "runtime/Elementary.h"
 #include "stats/distributions/Family.h"
+#include "stats/distributions/SpecialFunctions.h"
 
 namespace varnex3 {
 namespace {
@@ -19,7 +21,7 @@ Support aboveSecond(const FamilyValues& f) { return {f.v[1], kInfinity}; }
 
 double minusLogBelow(const Probability& p)
 {
-    return p.above < 0.5 ? -std::log1p(-p.above) : -std::log(p.below);
+    return p.above < 0.5 ? -elementary::log1p(-p.above) : -elementary::log(p.below);
 }
 double minusLogAbove(const Probability& p) { return minusLogBelow({p.above, p.below}); }
 
@@ -27,7 +29,7 @@ double minusLogAbove(const Probability& p) { return minusLogBelow({p.above, p.be
 Probability exponentialProbability(double e)
 {
     if (e <= 0.0) return {0.0, 1.0};
-    return {-std::expm1(-e), std::exp(-e)};
+    return {-elementary::expm1(-e), elementary::exp(-e)};
 }
 
 // Normal: mean v[0], standard deviation v[1].
@@ -44,29 +46,29 @@ double lognormalPdf(const FamilyValues& f, double x)
 {
     const double d = x - f.v[2];
     if (d <= 0.0) return 0.0;
-    return normalDensity((std::log(d) - f.v[0]) / f.v[1]) / (f.v[1] * d);
+    return normalDensity((elementary::log(d) - f.v[0]) / f.v[1]) / (f.v[1] * d);
 }
 Probability lognormalCdf(const FamilyValues& f, double x)
 {
     const double d = x - f.v[2];
     if (d <= 0.0) return {0.0, 1.0};
-    return normalProbability((std::log(d) - f.v[0]) / f.v[1]);
+    return normalProbability((elementary::log(d) - f.v[0]) / f.v[1]);
 }
 double lognormalInverse(const FamilyValues& f, const Probability& p)
 {
-    return f.v[2] + std::exp(f.v[0] + f.v[1] * normalQuantile(p));
+    return f.v[2] + elementary::exp(f.v[0] + f.v[1] * normalQuantile(p));
 }
 Moments lognormalMoments(const FamilyValues& f)
 {
     const double s2 = f.v[1] * f.v[1];
-    const double mean = std::exp(f.v[0] + 0.5 * s2);
-    return {f.v[2] + mean, mean * std::sqrt(std::expm1(s2))};
+    const double mean = elementary::exp(f.v[0] + 0.5 * s2);
+    return {f.v[2] + mean, mean * std::sqrt(elementary::expm1(s2))};
 }
 
 // Exponential: mean above the threshold v[0], threshold v[1].
 double exponentialPdf(const FamilyValues& f, double x)
 {
-    return x < f.v[1] ? 0.0 : std::exp(-(x - f.v[1]) / f.v[0]) / f.v[0];
+    return x < f.v[1] ? 0.0 : elementary::exp(-(x - f.v[1]) / f.v[0]) / f.v[0];
 }
 Probability exponentialCdf(const FamilyValues& f, double x)
 {
@@ -83,30 +85,30 @@ double weibullPdf(const FamilyValues& f, double x)
 {
     const double y = (x - f.v[2]) / f.v[1];
     if (y < 0.0 || (y == 0.0 && f.v[0] != 1.0)) return 0.0;
-    return f.v[0] / f.v[1] * std::pow(y, f.v[0] - 1.0) * std::exp(-std::pow(y, f.v[0]));
+    return f.v[0] / f.v[1] * elementary::pow(y, f.v[0] - 1.0) * elementary::exp(-elementary::pow(y, f.v[0]));
 }
 Probability weibullCdf(const FamilyValues& f, double x)
 {
     const double y = (x - f.v[2]) / f.v[1];
-    return y <= 0.0 ? Probability{0.0, 1.0} : exponentialProbability(std::pow(y, f.v[0]));
+    return y <= 0.0 ? Probability{0.0, 1.0} : exponentialProbability(elementary::pow(y, f.v[0]));
 }
 double weibullInverse(const FamilyValues& f, const Probability& p)
 {
-    return f.v[2] + f.v[1] * std::pow(minusLogAbove(p), 1.0 / f.v[0]);
+    return f.v[2] + f.v[1] * elementary::pow(minusLogAbove(p), 1.0 / f.v[0]);
 }
 Moments weibullMoments(const FamilyValues& f)
 {
     // variance / scale^2 = G(1 + 2/k) - G(1 + 1/k)^2, through logarithms so that a large k loses nothing
-    const double log1 = std::lgamma(1.0 + 1.0 / f.v[0]), log2 = std::lgamma(1.0 + 2.0 / f.v[0]);
-    const double first = std::exp(log1);
-    return {f.v[2] + f.v[1] * first, f.v[1] * first * std::sqrt(std::expm1(log2 - 2.0 * log1))};
+    const double log1 = special::logGamma(1.0 + 1.0 / f.v[0]), log2 = special::logGamma(1.0 + 2.0 / f.v[0]);
+    const double first = elementary::exp(log1);
+    return {f.v[2] + f.v[1] * first, f.v[1] * first * std::sqrt(elementary::expm1(log2 - 2.0 * log1))};
 }
 
 // Rayleigh: scale v[0], threshold v[1].
 double rayleighPdf(const FamilyValues& f, double x)
 {
     const double y = (x - f.v[1]) / f.v[0];
-    return y <= 0.0 ? 0.0 : y / f.v[0] * std::exp(-0.5 * y * y);
+    return y <= 0.0 ? 0.0 : y / f.v[0] * elementary::exp(-0.5 * y * y);
 }
 Probability rayleighCdf(const FamilyValues& f, double x)
 {
@@ -125,18 +127,19 @@ Moments rayleighMoments(const FamilyValues& f)
 // Logistic: location v[0], scale v[1].
 double logisticPdf(const FamilyValues& f, double x)
 {
-    const double e = std::exp(-std::fabs(x - f.v[0]) / f.v[1]);
+    const double e = elementary::exp(-std::fabs(x - f.v[0]) / f.v[1]);
     return e / (f.v[1] * (1.0 + e) * (1.0 + e));
 }
 Probability logisticCdf(const FamilyValues& f, double x)
 {
     const double t = (x - f.v[0]) / f.v[1];
-    return {1.0 / (1.0 + std::exp(-t)), 1.0 / (1.0 + std::exp(t))};
+    return {1.0 / (1.0 + elementary::exp(-t)), 1.0 / (1.0 + elementary::exp(t))};
 }
 double logisticInverse(const FamilyValues& f, const Probability& p)
 {
     const bool central = p.below > 0.25 && p.above > 0.25; // ln(below / above) around a ratio of 1
-    const double t = central ? std::log1p((p.below - p.above) / p.above) : std::log(p.below / p.above);
+    const double t =
+        central ? elementary::log1p((p.below - p.above) / p.above) : elementary::log(p.below / p.above);
     return f.v[0] + f.v[1] * t;
 }
 Moments logisticMoments(const FamilyValues& f) { return {f.v[0], f.v[1] * kPi / std::sqrt(3.0)}; }
@@ -144,18 +147,18 @@ Moments logisticMoments(const FamilyValues& f) { return {f.v[0], f.v[1] * kPi / 
 // Gumbel: location v[0], scale v[1]. The minimum is the maximum mirrored.
 double gumbelDensity(double t) // of the standard maximum
 {
-    return std::exp(-t - std::exp(-t));
+    return elementary::exp(-t - elementary::exp(-t));
 }
 Probability gumbelProbability(double t)
 {
-    const double e = std::exp(-t);
-    return {std::exp(-e), -std::expm1(-e)};
+    const double e = elementary::exp(-t);
+    return {elementary::exp(-e), -elementary::expm1(-e)};
 }
 double gumbelMaxPdf(const FamilyValues& f, double x) { return gumbelDensity((x - f.v[0]) / f.v[1]) / f.v[1]; }
 Probability gumbelMaxCdf(const FamilyValues& f, double x) { return gumbelProbability((x - f.v[0]) / f.v[1]); }
 double gumbelMaxInverse(const FamilyValues& f, const Probability& p)
 {
-    return f.v[0] - f.v[1] * std::log(minusLogBelow(p));
+    return f.v[0] - f.v[1] * elementary::log(minusLogBelow(p));
 }
 Moments gumbelMaxMoments(const FamilyValues& f)
 {
@@ -169,7 +172,7 @@ Probability gumbelMinCdf(const FamilyValues& f, double x)
 }
 double gumbelMinInverse(const FamilyValues& f, const Probability& p)
 {
-    return f.v[0] + f.v[1] * std::log(minusLogAbove(p));
+    return f.v[0] + f.v[1] * elementary::log(minusLogAbove(p));
 }
 Moments gumbelMinMoments(const FamilyValues& f)
 {

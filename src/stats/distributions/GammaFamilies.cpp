@@ -1,6 +1,7 @@
 // stats/distributions/GammaFamilies.cpp - gamma and Student t, whose quantiles need special functions.
 #include <cmath>
 
+#include "runtime/Elementary.h"
 #include "stats/distributions/Family.h"
 #include "stats/distributions/SpecialFunctions.h"
 
@@ -15,7 +16,7 @@ double gammaPdf(const FamilyValues& f, double x)
     const double y = (x - f.v[2]) / f.v[1];
     if (y < 0.0 || (y == 0.0 && f.v[0] != 1.0)) return 0.0;
     if (y == 0.0) return 1.0 / f.v[1];
-    return std::exp((f.v[0] - 1.0) * std::log(y) - y - special::logGamma(f.v[0])) / f.v[1];
+    return elementary::exp((f.v[0] - 1.0) * elementary::log(y) - y - special::logGamma(f.v[0])) / f.v[1];
 }
 Probability gammaCdf(const FamilyValues& f, double x)
 {

@@ -7,6 +7,7 @@
 #include <functional>
 #include <utility>
 
+#include "runtime/Elementary.h"
 #include "stats/distributions/Family.h"
 
 namespace varnex3 {
@@ -47,14 +48,14 @@ Score score(const Johnson& j, double x)
 {
     const double y = (x - j.xi) / j.lambda;
     if (j.system == kSN) return {j.gamma + j.delta * y, j.delta};
-    if (j.system == kSU) return {j.gamma + j.delta * std::asinh(y), j.delta / std::sqrt(1.0 + y * y)};
+    if (j.system == kSU) return {j.gamma + j.delta * elementary::asinh(y), j.delta / std::sqrt(1.0 + y * y)};
     if (j.system == kSL) {
         if (y <= 0.0) return {0.0, 0.0, false};
-        return {j.gamma + j.delta * std::log(y), j.delta / y};
+        return {j.gamma + j.delta * elementary::log(y), j.delta / y};
     }
     const double rest = (j.xi + j.lambda - x) / j.lambda;
     if (y <= 0.0 || rest <= 0.0) return {0.0, 0.0, false};
-    return {j.gamma + j.delta * std::log(y / rest), j.delta / (y * rest)};
+    return {j.gamma + j.delta * elementary::log(y / rest), j.delta / (y * rest)};
 }
 
 double pdf(const FamilyValues& f, double x)
@@ -81,11 +82,11 @@ double quantile(const FamilyValues& f, const Probability& p)
     const double t = (z - j.gamma) / j.delta;
     switch (j.system) {
     case kSN: return j.xi + j.lambda * t;
-    case kSL: return j.xi + j.lambda * std::exp(t);
-    case kSU: return j.xi + j.lambda * std::sinh(t);
+    case kSL: return j.xi + j.lambda * elementary::exp(t);
+    case kSU: return j.xi + j.lambda * elementary::sinh(t);
     default:
-        return t <= 0.0 ? j.xi + j.lambda / (1.0 + std::exp(-t))
-                        : (j.xi + j.lambda) - j.lambda / (1.0 + std::exp(t));
+        return t <= 0.0 ? j.xi + j.lambda / (1.0 + elementary::exp(-t))
+                        : (j.xi + j.lambda) - j.lambda / (1.0 + elementary::exp(t));
     }
 }
 
@@ -101,7 +102,9 @@ Shape moments01(double gamma, double delta)
     const double h = std::min(0.4, 0.5 * delta);
     const double reach = std::min(38.0, 9.0 + 4.0 / delta); // y^4 may peak at z = 4 / delta
     const auto steps = static_cast<long>(std::ceil(reach / h));
-    auto at = [=](long i) { return 1.0 / (1.0 + std::exp(-(static_cast<double>(i) * h - gamma) / delta)); };
+    auto at = [=](long i) {
+        return 1.0 / (1.0 + elementary::exp(-(static_cast<double>(i) * h - gamma) / delta));
+    };
     auto weight = [=](long i) { return h * normalDensity(static_cast<double>(i) * h); };
 
     double mean = 0.0, m2 = 0.0, m3 = 0.0, m4 = 0.0;
@@ -118,18 +121,18 @@ Shape moments01(double gamma, double delta)
 Moments moments(const FamilyValues& f)
 {
     const Johnson j = unpack(f);
-    const double omega = j.gamma / j.delta, w = std::exp(1.0 / (j.delta * j.delta));
-    const double spread = std::expm1(1.0 / (j.delta * j.delta)); // w - 1
+    const double omega = j.gamma / j.delta, w = elementary::exp(1.0 / (j.delta * j.delta));
+    const double spread = elementary::expm1(1.0 / (j.delta * j.delta)); // w - 1
     const double scale = std::fabs(j.lambda);
     switch (j.system) {
     case kSN: return {j.xi - j.lambda * omega, scale / j.delta};
     case kSL: {
-        const double centre = std::sqrt(w) * std::exp(-omega);
+        const double centre = std::sqrt(w) * elementary::exp(-omega);
         return {j.xi + j.lambda * centre, scale * centre * std::sqrt(spread)};
     }
     case kSU:
-        return {j.xi - j.lambda * std::sqrt(w) * std::sinh(omega),
-                scale * std::sqrt(0.5 * spread * (w * std::cosh(2.0 * omega) + 1.0))};
+        return {j.xi - j.lambda * std::sqrt(w) * elementary::sinh(omega),
+                scale * std::sqrt(0.5 * spread * (w * elementary::cosh(2.0 * omega) + 1.0))};
     default: {
         const Shape unit = moments01(j.gamma, j.delta);
         return {j.xi + j.lambda * unit.mean, scale * unit.stdev};
@@ -162,7 +165,7 @@ double rootBetween(const std::function<double(double)>& f, double a, double b)
 /// w - 1 of the lognormal line through the squared skewness: (w - 1)(w + 2)^2 = skew2.
 double lognormalSpread(double skew2)
 {
-    const double u = std::cbrt(1.0 + 0.5 * (skew2 + std::sqrt(skew2 * (4.0 + skew2))));
+    const double u = elementary::cbrt(1.0 + 0.5 * (skew2 + std::sqrt(skew2 * (4.0 + skew2))));
     return (u - 1.0) * (u - 1.0) / u;
 }
 
@@ -194,10 +197,10 @@ Johnson fitSU(const Shape& target)
         rootBetween([b2](double w) { return lognormalKurtosis(w - 1.0) - b2; }, 1.0, symmetric);
     const double w = skew2 == 0.0 ? symmetric : rootBetween(skewError, lowest * (1.0 + 1e-15), symmetric);
     const double C = skew2 == 0.0 ? 1.0 : coshOf(w);
-    const double delta = 1.0 / std::sqrt(std::log(w));
+    const double delta = 1.0 / std::sqrt(elementary::log(w));
     const double omega = std::copysign(0.5 * std::acosh(C), -target.skewness);
     const double lambda = target.stdev / std::sqrt(0.5 * (w - 1.0) * (w * C + 1.0));
-    return {kSU, omega * delta, delta, target.mean + lambda * std::sqrt(w) * std::sinh(omega), lambda};
+    return {kSU, omega * delta, delta, target.mean + lambda * std::sqrt(w) * elementary::sinh(omega), lambda};
 }
 
 constexpr double kSmallestDelta = 0.05; // below, an SB distribution is two points but for rounding
@@ -220,7 +223,7 @@ bool fitSB(const Shape& target, Johnson& result)
         return moments01(gammaSB(delta, skewness), delta).kurtosis - target.kurtosis;
     };
     const double line =
-        skewness == 0.0 ? 1e4 : 1.0 / std::sqrt(std::log1p(lognormalSpread(skewness * skewness)));
+        skewness == 0.0 ? 1e4 : 1.0 / std::sqrt(elementary::log1p(lognormalSpread(skewness * skewness)));
     if (error(kSmallestDelta) > 0.0) return false;
     double upper = std::min(1.0, line);
     while (upper < line && error(upper) < 0.0) upper = std::min(2.0 * upper, line);
@@ -248,7 +251,8 @@ std::string fitProblem(FamilyValues& f)
     } else if (std::fabs(target.kurtosis - line) <= 1e-8 * line && spread > 0.0) {
         const double w = 1.0 + spread;
         const double lambda = std::copysign(target.stdev / std::sqrt(w * spread), target.skewness);
-        pack(f, {kSL, 0.0, 1.0 / std::sqrt(std::log1p(spread)), target.mean - lambda * std::sqrt(w), lambda});
+        pack(f, {kSL, 0.0, 1.0 / std::sqrt(elementary::log1p(spread)), target.mean - lambda * std::sqrt(w),
+                 lambda});
     } else if (target.kurtosis > line) {
         pack(f, fitSU(target));
     } else {

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstddef>
 
+#include "runtime/Elementary.h"
+
 namespace varnex3 {
 namespace {
 
@@ -64,7 +66,7 @@ double normalQuantile(const Probability& p)
 {
     const double q = p.below < p.above ? p.below - 0.5 : 0.5 - p.above;
     if (std::fabs(q) <= 0.425) return q * ratio(kCentreN, kCentreD, 0.180625 - q * q);
-    const double r = std::sqrt(-std::log(q < 0.0 ? p.below : p.above));
+    const double r = std::sqrt(-elementary::log(q < 0.0 ? p.below : p.above));
     const double z = r <= 5.0 ? ratio(kMiddleN, kMiddleD, r - 1.6) : ratio(kFarN, kFarD, r - 5.0);
     return q < 0.0 ? -z : z;
 }
@@ -72,13 +74,13 @@ double normalQuantile(const Probability& p)
 Probability normalProbability(double z)
 {
     constexpr double kRootHalf = 0.70710678118654752440;
-    return {0.5 * std::erfc(-z * kRootHalf), 0.5 * std::erfc(z * kRootHalf)};
+    return {0.5 * elementary::erfc(-z * kRootHalf), 0.5 * elementary::erfc(z * kRootHalf)};
 }
 
 double normalDensity(double z)
 {
     constexpr double kOneOverRootTwoPi = 0.39894228040143267794;
-    return kOneOverRootTwoPi * std::exp(-0.5 * z * z);
+    return kOneOverRootTwoPi * elementary::exp(-0.5 * z * z);
 }
 
 } // namespace varnex3
