@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 
 #include "Command.h"
+#include "Completion.h"
 #include "Study.h"
 #include "runtime/Error.h"
 #include "runtime/Number.h"
@@ -156,6 +157,12 @@ CLI::App* addFunctions(CLI::App& app, FunctionsArguments& arguments)
     return command;
 }
 
+void addCompletion(CLI::App& app, std::string& shell)
+{
+    CLI::App* command = app.add_subcommand("completion", "Print a script that completes command lines");
+    command->add_option("SHELL", shell, "bash or zsh")->required()->check(CLI::IsMember({"bash", "zsh"}));
+}
+
 int run(int argc, char** argv)
 {
     CLI::App app{"Corvane: design analysis on spreadsheets", "corvane"};
@@ -175,7 +182,9 @@ int run(int argc, char** argv)
     const CLI::App* sensitivityCommand = addSensitivity(app, sensitivity);
     const CLI::App* allocateCommand = addAllocate(app, allocate);
     const CLI::App* calcCommand = addCalc(app, calc);
-    addFunctions(app, functions);
+    const CLI::App* functionsCommand = addFunctions(app, functions);
+    std::string shell;
+    addCompletion(app, shell);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
@@ -187,7 +196,9 @@ int run(int argc, char** argv)
     if (sensitivityCommand->parsed()) return runSensitivity(sensitivity);
     if (allocateCommand->parsed()) return runAllocate(allocate);
     if (calcCommand->parsed()) return runCalc(calc);
-    return runFunctions(functions);
+    if (functionsCommand->parsed()) return runFunctions(functions);
+    fmt::print("{}", shell == "zsh" ? zshCompletion(app) : bashCompletion(app));
+    return exitCode::Done;
 }
 
 } // namespace
