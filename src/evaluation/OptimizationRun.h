@@ -20,7 +20,7 @@ struct RunSummary {
     Long genCount = 0;         // generations reached
     Long genOfBest = 0;        // generation in which the best was reached, kept by "Stop after no change"
     long long evaluations = 0; // members evaluated and scored
-    Long seed = 0;             // of the random stream; 0 when the run ended before it was seeded
+    Long seed = 0; // of the random stream; 0 when none was given and the run ended before it was seeded
     bool cancelled = false;
     bool keptBest = false; // cancelled, and the best solution was written to the workbook
 };

@@ -190,7 +190,7 @@ void CreateGen(OptimizationRun& d)
     here.at(7);
     if (m > last) return;
     here.at(8);
-    d.summary.seed = freshSeed();
+    if (d.summary.seed == 0) d.summary.seed = freshSeed();
     alg_m_MersenneTwister::InitRandom(d.summary.seed);
     here.at(9);
     for (Long tries = 0; m <= last; ++m, tries = 0) {

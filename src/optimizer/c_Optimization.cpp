@@ -8,6 +8,7 @@
 #include "optimizer/alg_m_GeneticAlgorithm.h"
 #include "optimizer/alg_m_XLinterface_reports.h"
 #include "runtime/Number.h"
+#include "stats/alg_m_MersenneTwister.h"
 #include "ui/Debug.h"
 #include "ui/EntryPoint.h"
 #include "ui/Windows.h"
@@ -109,6 +110,10 @@ void c_Optimization::PrintFinalMacro(const std::string& name)
 bool c_Optimization::Optimize(c_Formulation& f_init, c_MonteCarlo& mc)
 {
     OptimizationRun d;
+    if (Seed > 0) {
+        alg_m_MersenneTwister::InitRandom(Seed); // draws before the search repeat, too
+        d.summary.seed = Seed;
+    }
     const bool ended = entryPoint("c_Optimization", "Optimize", false, [&](Procedure& here) {
         here.at(2);
         InitVars(d, f_init, mc);

@@ -15,6 +15,9 @@ public:
     void PrintGenMacro(const std::string& name);
     void PrintFinalMacro(const std::string& name);
 
+    /// Of the random stream; 0: every run invents one. A given one repeats a run.
+    Long Seed = 0;
+
     /// Searches for the best values of the formulation's parameters. Does not validate: call
     /// formulationOK first. Sorted feasible values, search ranges taken from them and a GenSize raised to
     /// 20 stay in the formulation after the run.

@@ -89,8 +89,7 @@ struct ClassRow {
     const char* example = ""; // a short macro
 };
 
-/// The classes, public ones first, in the order of the documentation. Rows are only ever appended:
-/// their positions are part of the identifiers in the type library.
+/// The classes, public ones first, in the order of the documentation.
 std::span<const ClassRow* const> classTable();
 
 /// The class of an object, null when it has none.

@@ -17,6 +17,7 @@ constexpr MemberRow kOptimization[] = {
         "Optimize", {ref("f_init"), ref("mc")},
         "Searches for the best parameter values; False after an error, which has been shown."),
     method<&c_Optimization::Clear>("Clear", {}, "Releases the host application."),
+    field<&c_Optimization::Seed>("Seed", "Seed of the random stream; 0 lets every run invent one."),
     getter<&c_Optimization::SeedUsed>("SeedUsed", {}, "The seed of the last run's random stream."),
 };
 

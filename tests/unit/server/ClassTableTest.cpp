@@ -4,6 +4,7 @@
 
 #include "server/Classes.h"
 #include "server/Invoke.h"
+#include "server/TypeLibrary.h"
 #include "support/Expect.h"
 
 namespace varnex3::server {
@@ -89,6 +90,7 @@ TEST_F(ClassTable, NamesAreUniqueAndFoundInAnyCase)
             EXPECT_EQ(++classes[type->name], 1);
             EXPECT_EQ(findClass(std::string("VARNEX3.") + type->name), type);
             EXPECT_FALSE(std::string_view(type->example).empty());
+            EXPECT_TRUE(isPublished(*type));
         }
         for (std::size_t i = 0; i < type->members.size(); ++i) {
             const MemberRow& member = type->members[i];
