@@ -272,6 +272,10 @@ bool Typist::call(const CallSite& site)
         push(emit(TypedOp::Not, arithmetic(pop())).d, Kind::Boolean);
         return true;
     }
+    if (site.count == 1 && (name == "SQRT" || name == "ABS")) {
+        push(emit(name == "ABS" ? TypedOp::Absolute : TypedOp::SquareRoot, arithmetic(pop())).d);
+        return true;
+    }
     if (row.body.one != nullptr && row.parameters.count == 1 && site.count == 1 && takesNumber(0)) {
         Step& step = emit(TypedOp::One, arithmetic(pop()));
         step.one = row.body.one;

@@ -40,7 +40,7 @@ bool TypedProgram::repeat(Value* values, const TypedInstruction& in, const Typed
         }
     };
     switch (in.op) {
-#define VARNEX3_REPEATED(name, result)                                                                       \
+#define VARNEX3_REPEATED(name, operands, result)                                                             \
     case TypedOp::name:                                                                                      \
         each([&](const Value* pa, const Value* pb, const Value* pc, const Value* pe) {                       \
             [[maybe_unused]] const double x = pa->number(), y = pb->number(), z = pc->number(),              \
@@ -63,7 +63,7 @@ std::uint32_t TypedProgram::run(Value* values, std::uint32_t begin, std::uint32_
         const TypedInstruction& in = code[at];
         double r = 0.0;
         switch (in.op) {
-#define VARNEX3_SINGLE(name, result)                                                                         \
+#define VARNEX3_SINGLE(name, operands, result)                                                               \
     case TypedOp::name: {                                                                                    \
         [[maybe_unused]] const double x = number(in.a), y = number(in.b), z = number(in.c),                  \
                                       w = number(in.e);                                                      \

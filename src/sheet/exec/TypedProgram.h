@@ -13,46 +13,53 @@
 
 namespace varnex3::sheet {
 
-/// The operations that work on up to four numbers x, y, z, w and give one: name, result. Products and sums
-/// round separately; a Final one stands at the end of a formula, where a sum that cancels is 0.
+/// The operations that work on up to four numbers x, y, z, w and give one: name, number of operands, result.
+/// Products and sums round separately; a Final one stands at the end of a formula, where a sum that cancels
+/// is 0. Of no finite number a plain operation gives none either.
+#define VARNEX3_PLAIN_OPERATIONS(OPERATION)                                                                  \
+    OPERATION(Copy, 1, x)                                                                                    \
+    OPERATION(Add, 2, x + y)                                                                                 \
+    OPERATION(Subtract, 2, x - y)                                                                            \
+    OPERATION(Multiply, 2, x* y)                                                                             \
+    OPERATION(Negate, 1, -x)                                                                                 \
+    OPERATION(Percent, 1, x / 100.0)                                                                         \
+    OPERATION(FinalAdd, 2, cancelled(x + y, x))                                                              \
+    OPERATION(FinalSubtract, 2, cancelled(x - y, x))                                                         \
+    OPERATION(AddProduct, 3, x + y * z)                                                                      \
+    OPERATION(SubtractProduct, 3, x - y * z)                                                                 \
+    OPERATION(ProductAdd, 3, x* y + z)                                                                       \
+    OPERATION(ProductSubtract, 3, x* y - z)                                                                  \
+    OPERATION(ProductSum, 4, x* y + z * w)                                                                   \
+    OPERATION(ProductDifference, 4, x* y - z * w)                                                            \
+    OPERATION(FinalAddProduct, 3, cancelled(x + y * z, x))                                                   \
+    OPERATION(FinalSubtractProduct, 3, cancelled(x - y * z, x))                                              \
+    OPERATION(FinalProductAdd, 3, cancelled(x* y + z, x * y))                                                \
+    OPERATION(FinalProductSubtract, 3, cancelled(x* y - z, x * y))                                           \
+    OPERATION(FinalProductSum, 4, cancelled(x* y + z * w, x * y))                                            \
+    OPERATION(FinalProductDifference, 4, cancelled(x* y - z * w, x * y))                                     \
+    OPERATION(SquareRoot, 1, std::sqrt(x))                                                                   \
+    OPERATION(Absolute, 1, std::fabs(x))
+#define VARNEX3_COMPARISONS(OPERATION)                                                                       \
+    OPERATION(Equal, 2, compareNumbers(x, y) == 0 ? 1.0 : 0.0)                                               \
+    OPERATION(NotEqual, 2, compareNumbers(x, y) != 0 ? 1.0 : 0.0)                                            \
+    OPERATION(Less, 2, compareNumbers(x, y) < 0 ? 1.0 : 0.0)                                                 \
+    OPERATION(LessEqual, 2, compareNumbers(x, y) <= 0 ? 1.0 : 0.0)                                           \
+    OPERATION(Greater, 2, compareNumbers(x, y) > 0 ? 1.0 : 0.0)                                              \
+    OPERATION(GreaterEqual, 2, compareNumbers(x, y) >= 0 ? 1.0 : 0.0)
+#define VARNEX3_GUARDED_OPERATIONS(OPERATION)                                                                \
+    OPERATION(Divide, 2, x / y)                                                                              \
+    OPERATION(Not, 1, x == 0.0 ? 1.0 : 0.0)                                                                  \
+    OPERATION(Both, 2, x != 0.0 && y != 0.0 ? 1.0 : 0.0)                                                     \
+    OPERATION(Either, 2, x != 0.0 || y != 0.0 ? 1.0 : 0.0)                                                   \
+    OPERATION(Power, 2, x == 0.0 && y < 0.0 ? HUGE_VAL : power(x, y))                                        \
+    OPERATION(One, 1, ones[in.b](x))                                                                         \
+    OPERATION(Two, 2, twos[in.c](x, y))
 #define VARNEX3_TYPED_OPERATIONS(OPERATION)                                                                  \
-    OPERATION(Copy, x)                                                                                       \
-    OPERATION(Add, x + y)                                                                                    \
-    OPERATION(Subtract, x - y)                                                                               \
-    OPERATION(Multiply, x* y)                                                                                \
-    OPERATION(Divide, x / y)                                                                                 \
-    OPERATION(Power, x == 0.0 && y < 0.0 ? HUGE_VAL : power(x, y))                                           \
-    OPERATION(Negate, -x)                                                                                    \
-    OPERATION(Percent, x / 100.0)                                                                            \
-    OPERATION(FinalAdd, cancelled(x + y, x))                                                                 \
-    OPERATION(FinalSubtract, cancelled(x - y, x))                                                            \
-    OPERATION(AddProduct, x + y * z)                                                                         \
-    OPERATION(SubtractProduct, x - y * z)                                                                    \
-    OPERATION(ProductAdd, x* y + z)                                                                          \
-    OPERATION(ProductSubtract, x* y - z)                                                                     \
-    OPERATION(ProductSum, x* y + z * w)                                                                      \
-    OPERATION(ProductDifference, x* y - z * w)                                                               \
-    OPERATION(FinalAddProduct, cancelled(x + y * z, x))                                                      \
-    OPERATION(FinalSubtractProduct, cancelled(x - y * z, x))                                                 \
-    OPERATION(FinalProductAdd, cancelled(x* y + z, x * y))                                                   \
-    OPERATION(FinalProductSubtract, cancelled(x* y - z, x * y))                                              \
-    OPERATION(FinalProductSum, cancelled(x* y + z * w, x * y))                                               \
-    OPERATION(FinalProductDifference, cancelled(x* y - z * w, x * y))                                        \
-    OPERATION(Equal, compareNumbers(x, y) == 0 ? 1.0 : 0.0)                                                  \
-    OPERATION(NotEqual, compareNumbers(x, y) != 0 ? 1.0 : 0.0)                                               \
-    OPERATION(Less, compareNumbers(x, y) < 0 ? 1.0 : 0.0)                                                    \
-    OPERATION(LessEqual, compareNumbers(x, y) <= 0 ? 1.0 : 0.0)                                              \
-    OPERATION(Greater, compareNumbers(x, y) > 0 ? 1.0 : 0.0)                                                 \
-    OPERATION(GreaterEqual, compareNumbers(x, y) >= 0 ? 1.0 : 0.0)                                           \
-    OPERATION(Not, x == 0.0 ? 1.0 : 0.0)                                                                     \
-    OPERATION(Both, x != 0.0 && y != 0.0 ? 1.0 : 0.0)                                                        \
-    OPERATION(Either, x != 0.0 || y != 0.0 ? 1.0 : 0.0)                                                      \
-    OPERATION(One, ones[in.b](x))                                                                            \
-    OPERATION(Two, twos[in.c](x, y))
+    VARNEX3_PLAIN_OPERATIONS(OPERATION) VARNEX3_COMPARISONS(OPERATION) VARNEX3_GUARDED_OPERATIONS(OPERATION)
 
 /// The operands a, b, c and e are x, y, z and w, and d takes the result.
 enum class TypedOp : std::uint16_t {
-#define VARNEX3_NAME(name, result) name,
+#define VARNEX3_NAME(name, operands, result) name,
     VARNEX3_TYPED_OPERATIONS(VARNEX3_NAME)
 #undef VARNEX3_NAME
 

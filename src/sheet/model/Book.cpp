@@ -8,6 +8,7 @@
 #include "sheet/format/Convert.h"
 #include "sheet/formula/Parser.h"
 #include "sheet/model/BookImpl.h"
+#include "sheet/model/Trials.h"
 
 namespace varnex3::sheet {
 
@@ -133,6 +134,16 @@ void Book::write(Slot slot, double x)
         store.use(store.address(slot));
         impl_->setValue(slot, x);
     }
+}
+
+std::unique_ptr<Trials> Book::trials(std::span<const Slot> inputs, std::span<const Slot> outputs,
+                                     unsigned threads)
+{
+    auto code =
+        impl_->recalculation.trialCode({inputs.begin(), inputs.end()}, {outputs.begin(), outputs.end()});
+    if (!code) return nullptr;
+    return std::make_unique<Trials>(impl_->recalculation, impl_->store, std::move(*code), inputs.size(),
+                                    outputs.size(), threads);
 }
 
 std::uint32_t Book::generation() const { return impl_->generation; }

@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -18,6 +19,8 @@
 #include "sheet/value/Value.h"
 
 namespace varnex3::sheet {
+
+class Trials;
 
 /// A request that the model refuses (a formula that cannot be parsed, a sheet name taken, a cell
 /// outside the grid). The message says where and what; the book is as it was before.
@@ -112,6 +115,12 @@ public:
     void write(Slot slot, double x);
     /// Changes whenever slots may have become invalid (a sheet removed).
     std::uint32_t generation() const;
+
+    /// For many trials at once: cells that they write and cells that they read. Null when that cannot be had:
+    /// unless every formula between them works on numbers, a written cell is a plain number, and everything
+    /// is recalculated.
+    std::unique_ptr<Trials> trials(std::span<const Slot> inputs, std::span<const Slot> outputs,
+                                   unsigned threads);
 
     // What differs from the file that the book was loaded from.
     static constexpr std::int32_t kBandRows = 64;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <tuple>
+#include <unordered_set>
 
 namespace varnex3::sheet {
 
@@ -102,6 +103,48 @@ void Plan::build(Store& store, FormulaTable& formulas, TypedPool& pool,
     operands.erase(std::unique(operands.begin(), operands.end()), operands.end());
     built = true;
     failures = 0;
+}
+
+bool Plan::appendNeeded(Store& store, FormulaTable& formulas, TypedPool& pool, std::span<const Slot> outputs,
+                        TypedProgram& typed, std::vector<std::pair<Slot, Kind>>& outside) const
+{
+    std::unordered_set<Slot> needed(outputs.begin(), outputs.end()), results;
+    std::vector<FormulaId> chosen;
+    const auto append = [&](FormulaId f, TypedProgram& into, std::vector<std::pair<Slot, Kind>>& reads) {
+        const Slot slot = formulas.cell(f).slot;
+        return !formulas.isBlock(f) && formulas.typed(f).result == store.value(slot).kind() &&
+               appendTyped(formulas.typed(f), formulas.code(f), store.address(slot), slot, store, pool, into,
+                           reads);
+    };
+    TypedProgram scratch;
+    std::vector<std::pair<Slot, Kind>> read;
+    for (auto f = order.formulas.rbegin(); f != order.formulas.rend(); ++f) {
+        bool wanted = false;
+        if (formulas.isBlock(*f)) {
+            store.visitSlots(formulas.block(*f), [&](std::int32_t, std::int32_t, Slot first, std::int32_t n) {
+                for (Slot s = first; s < first + static_cast<Slot>(n); ++s)
+                    wanted = wanted || needed.contains(s);
+                return true;
+            });
+        } else {
+            wanted = needed.contains(formulas.cell(*f).slot);
+        }
+        if (!wanted) continue;
+        scratch.instructions.clear();
+        const std::size_t known = read.size();
+        if (!append(*f, scratch, read)) return false;
+        for (std::size_t k = known; k < read.size(); ++k) needed.insert(read[k].first);
+        results.insert(formulas.cell(*f).slot);
+        chosen.push_back(*f);
+    }
+    std::sort(read.begin(), read.end());
+    read.erase(std::unique(read.begin(), read.end()), read.end());
+    for (const auto& operand : read)
+        if (!results.contains(operand.first)) outside.push_back(operand);
+    std::vector<std::pair<Slot, Kind>> again;
+    for (auto f = chosen.rbegin(); f != chosen.rend(); ++f)
+        if (!append(*f, typed, again)) return false;
+    return true;
 }
 
 } // namespace varnex3::sheet

@@ -4,10 +4,12 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <utility>
 #include <vector>
 
 #include "sheet/compile/Typing.h"
+#include "sheet/exec/BlockProgram.h"
 #include "sheet/exec/Store.h"
 #include "sheet/exec/TypedProgram.h"
 #include "sheet/graph/Ordering.h"
@@ -22,7 +24,17 @@ struct PlanStep {
     std::uint32_t begin = 0, end = 0; // typed: its instructions
 };
 
+/// What lies between some inputs and outputs, for many trials at once, and what it relies on.
+struct TrialCode {
+    BlockProgram program;
+    std::vector<std::pair<Slot, Kind>> operands; // cells read that do not depend on the inputs
+    std::vector<Slot> changing;                  // inputs and all that they affect; sorted
+    std::uint64_t plan = 0;
+    std::uint64_t structure = 0;
+};
+
 struct Plan {
+    std::uint64_t id = 0;
     std::vector<Slot> key;      // sorted
     std::vector<Slot> sequence; // as last written, in that order
     Order order;
@@ -44,6 +56,11 @@ struct Plan {
     /// @param levels  by formula: its position in the longest chain of affected formulas
     void build(Store& store, FormulaTable& formulas, TypedPool& pool,
                const std::vector<std::uint32_t>& levels);
+    /// Appends the instructions of the formulas that some outputs need, in order; false when one of them is
+    /// not typed.
+    /// @param outside  receives what they read from outside the plan
+    bool appendNeeded(Store& store, FormulaTable& formulas, TypedPool& pool, std::span<const Slot> outputs,
+                      TypedProgram& typed, std::vector<std::pair<Slot, Kind>>& outside) const;
     /// Whether the cells that typed code reads from outside have the kinds that it was made for.
     bool operandsFit(const Store& store) const;
     /// Gives the cells that typed code writes their kinds back; whether one had another.

@@ -69,16 +69,14 @@ void Recalculation::link(FormulaId f, bool add)
 
 void Recalculation::formulaChanged(FormulaId f)
 {
-    plans_.clear();
-    last_ = nullptr;
+    forgetPlans();
     link(f, true);
     changed_.push_back(f);
 }
 
 void Recalculation::formulaRemoved(FormulaId f)
 {
-    plans_.clear();
-    last_ = nullptr;
+    forgetPlans();
     link(f, false);
     circular_.erase(f);
     changed_.erase(std::remove(changed_.begin(), changed_.end(), f), changed_.end());
@@ -86,8 +84,7 @@ void Recalculation::formulaRemoved(FormulaId f)
 
 void Recalculation::relinkAll()
 {
-    plans_.clear();
-    last_ = nullptr;
+    forgetPlans();
     dependencies_.clear();
     everyTime_.clear();
     for (FormulaId f = 0; f < formulas_.size(); ++f)
@@ -97,8 +94,7 @@ void Recalculation::relinkAll()
 void Recalculation::useTypedCode(bool use)
 {
     useTyped_ = use;
-    plans_.clear();
-    last_ = nullptr;
+    forgetPlans();
 }
 
 // Order -------------------------------------------------------------------------------------------------
@@ -286,6 +282,7 @@ void Recalculation::forgetWritten()
 
 void Recalculation::calculateAll()
 {
+    valuesChange(kNoPlan);
     all_ = false;
     changed_.clear();
     circular_.clear();
@@ -303,13 +300,14 @@ void Recalculation::calculate()
 {
     if (all_) return calculateAll();
     if (!changed_.empty()) {
+        valuesChange(kNoPlan);
         const Order order = orderFrom(written_, changed_);
         const bool dirty = !order.loops.empty() || anyDynamic(order);
         if (dirty) markDirty(order);
         runGeneral(order, 0, dirty);
         changed_.clear();
     } else if (!written_.empty() || !everyTime_.empty()) {
-        runPlan(planFor());
+        runPlan(planFor(written_));
     }
     forgetWritten();
 }

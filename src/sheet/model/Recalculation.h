@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -54,6 +55,14 @@ public:
 
     void calculate();
     void calculateAll();
+    /// The code for many trials at once of what lies between some written cells and some cells read. Nothing
+    /// unless all of it is typed, the written cells hold plain numbers and nothing waits for recalculation.
+    std::optional<TrialCode> trialCode(const std::vector<Slot>& inputs, const std::vector<Slot>& outputs);
+    /// Whether a trial code still gives what a recalculation would.
+    bool fits(const TrialCode& code) const;
+    /// Announces a run of trial code. A number that changes whenever cells may have changed that it does not
+    /// work out.
+    std::uint64_t valuesFor(const TrialCode& code);
     /// For tests and measurements: false leaves everything to the general evaluator.
     void useTypedCode(bool use);
 
@@ -68,7 +77,20 @@ private:
     Order orderFrom(const std::vector<Slot>& slots, const std::vector<FormulaId>& formulas);
     bool anyDynamic(const Order& order) const;
 
-    Plan& planFor();
+    static constexpr std::uint64_t kNoPlan = 0;
+    /// The cells that a plan works out are about to change.
+    void valuesChange(std::uint64_t plan)
+    {
+        if (plan == kNoPlan || plan != ran_) ++values_;
+        ran_ = plan;
+    }
+    void forgetPlans()
+    {
+        plans_.clear();
+        last_ = nullptr;
+        ++structure_;
+    }
+    Plan& planFor(const std::vector<Slot>& written);
     void runPlan(Plan& plan);
     void runGeneral(const Order& order, std::size_t begin, bool dirty);
     void runLoop(const Order& order, std::size_t begin, std::size_t end);
@@ -100,6 +122,10 @@ private:
     bool useTyped_ = true;
     std::uint64_t kinds_ = 1; // grows with every change of a cell's kind that a plan did not expect
     std::uint64_t uses_ = 0;
+    std::uint64_t ids_ = kNoPlan; // of plans so far
+    std::uint64_t ran_ = kNoPlan; // the plan that ran last
+    std::uint64_t values_ = 0;    // grows when another plan runs than before
+    std::uint64_t structure_ = 0; // grows when formulas change
     struct Frame {
         FormulaId formula;
         bool started;

@@ -1,6 +1,7 @@
 // sheet/model/Recalculation_plans.cpp - repeated runs: a plan for every set of written cells, and its typed
 // code.
 #include <algorithm>
+#include <unordered_set>
 
 #include "sheet/model/Recalculation.h"
 
@@ -11,25 +12,26 @@ constexpr std::size_t kMostPlans = 64;
 
 } // namespace
 
-Plan& Recalculation::planFor()
+Plan& Recalculation::planFor(const std::vector<Slot>& written)
 {
-    if (last_ != nullptr && last_->sequence == written_) return *last_;
-    sortedKey_ = written_;
+    if (last_ != nullptr && last_->sequence == written) return *last_;
+    sortedKey_ = written;
     std::sort(sortedKey_.begin(), sortedKey_.end());
     const auto known =
         std::find_if(plans_.begin(), plans_.end(), [&](const auto& plan) { return plan->key == sortedKey_; });
     if (known != plans_.end()) {
         last_ = known->get();
-        last_->sequence = written_;
+        last_->sequence = written;
         return *last_;
     }
     if (plans_.size() >= kMostPlans)
         plans_.erase(std::min_element(plans_.begin(), plans_.end(),
                                       [](const auto& a, const auto& b) { return a->lastUse < b->lastUse; }));
     auto plan = std::make_unique<Plan>();
+    plan->id = ++ids_;
     plan->key = sortedKey_;
-    plan->sequence = written_;
-    plan->order = orderFrom(written_, {});
+    plan->sequence = written;
+    plan->order = orderFrom(written, {});
     plan->marksDirty = !plan->order.loops.empty() || anyDynamic(plan->order);
     plans_.push_back(std::move(plan));
     last_ = plans_.back().get();
@@ -39,6 +41,7 @@ Plan& Recalculation::planFor()
 void Recalculation::runPlan(Plan& plan)
 {
     plan.lastUse = ++uses_;
+    valuesChange(plan.id);
     if (useTyped_ && plan.order.loops.empty() && plan.runs > 0) {
         if (!plan.built || (plan.kinds != kinds_ && !kindsHold(plan))) build(plan);
         runBuilt(plan);
@@ -106,6 +109,57 @@ void Recalculation::giveUp(Plan& plan, std::size_t position)
     plan.built = false; // the cells have other kinds for good: make it anew for them
     constexpr std::uint32_t kMostPatience = 4096;
     plan.patience = std::min(2 * plan.patience, kMostPatience);
+}
+
+// Many trials at once ------------------------------------------------------------------------------------
+
+std::optional<TrialCode> Recalculation::trialCode(const std::vector<Slot>& inputs,
+                                                  const std::vector<Slot>& outputs)
+{
+    if (!useTyped_ || all_ || !changed_.empty() || !written_.empty()) return std::nullopt;
+    std::unordered_set<Slot> distinct;
+    for (const Slot slot : inputs) {
+        const bool plain = store_.value(slot).isNumber() && store_.formula(slot) == kNoFormula;
+        if (!plain || !distinct.insert(slot).second) return std::nullopt;
+    }
+    for (const Slot slot : outputs)
+        if (!store_.value(slot).isNumber()) return std::nullopt;
+    const Plan& plan = planFor(inputs);
+    // A formula that changes every time must have its turn in every trial.
+    const bool repeats = std::none_of(everyTime_.begin(), everyTime_.end(),
+                                      [&](FormulaId f) { return formulas_.code(f).isVolatile; });
+    if (!repeats || !plan.order.loops.empty()) return std::nullopt;
+    TrialCode code;
+    TypedProgram typed;
+    if (!plan.appendNeeded(store_, formulas_, pool_, outputs, typed, code.operands)) return std::nullopt;
+    auto program = BlockProgram::make(typed, inputs, outputs);
+    if (!program) return std::nullopt;
+    code.program = std::move(*program);
+    code.changing = inputs;
+    for (const FormulaId f : plan.order.formulas)
+        this->outputs(f, [&](Slot s) { code.changing.push_back(s); });
+    std::sort(code.changing.begin(), code.changing.end());
+    for (const Slot slot : outputs)
+        if (!std::binary_search(code.changing.begin(), code.changing.end(), slot))
+            code.operands.emplace_back(slot, Kind::Number);
+    code.plan = plan.id;
+    code.structure = structure_;
+    return code;
+}
+
+bool Recalculation::fits(const TrialCode& code) const
+{
+    const bool waiting = all_ || !changed_.empty() || !written_.empty();
+    return !waiting && code.structure == structure_ &&
+           std::all_of(code.operands.begin(), code.operands.end(), [&](const auto& operand) {
+               return store_.value(operand.first).kind() == operand.second;
+           });
+}
+
+std::uint64_t Recalculation::valuesFor(const TrialCode& code)
+{
+    valuesChange(code.plan);
+    return values_;
 }
 
 } // namespace varnex3::sheet
