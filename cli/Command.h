@@ -28,6 +28,7 @@ struct OptimizeArguments {
     std::string onCancel = "ask";
     std::string json, csv;
     int maxGens = 0; // 0: as the study says
+    int threads = 0; // 0: one for each processor
 };
 
 struct SimulateArguments {
@@ -37,6 +38,7 @@ struct SimulateArguments {
     std::string sampling; // empty: as the study says
     std::string json, csv;
     std::string save; // a workbook to write, with all trials
+    int threads = 0;  // 0: one for each processor
     bool quiet = false;
 };
 

@@ -59,6 +59,8 @@ CLI::App* addOptimize(CLI::App& app, OptimizeArguments& arguments)
         ->capture_default_str();
     command->add_option("--max-gens", arguments.maxGens, "instead of the study's MaxGens")
         ->check(CLI::Range(1, 2147483647));
+    command->add_option("--threads", arguments.threads, "processors to work on; all unless given")
+        ->check(CLI::Range(1, 1024));
     command->add_flag("--quiet,-q", arguments.quiet, "no progress");
     command
         ->add_option("--on-cancel", arguments.onCancel,
@@ -82,6 +84,8 @@ CLI::App* addSimulate(CLI::App& app, SimulateArguments& arguments)
         ->check(CLI::Range(1, 2147483647));
     command->add_option("--sampling", arguments.sampling, "lhs (Latin hypercube) or random")
         ->check(CLI::IsMember({"lhs", "random"}));
+    command->add_option("--threads", arguments.threads, "processors to work on; all unless given")
+        ->check(CLI::Range(1, 1024));
     command->add_flag("--quiet,-q", arguments.quiet, "no progress");
     command->add_option("--json", arguments.json,
                         "write all results as JSON to this file, - for standard output");

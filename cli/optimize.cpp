@@ -490,6 +490,7 @@ int runOptimize(const OptimizeArguments& arguments)
     requireWritable(arguments.json);
     requireWritable(arguments.csv);
     Problem problem = loadProblem(arguments.study);
+    if (arguments.threads > 0) problem.application->threads(static_cast<unsigned>(arguments.threads));
     if (arguments.maxGens > 0) problem.formulation->Options->MaxGens = arguments.maxGens;
     validate(problem);
     requireSearch(problem);

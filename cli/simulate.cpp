@@ -166,6 +166,7 @@ int runSimulate(const SimulateArguments& arguments)
         throw Refused("--json - and --csv -: standard output takes one of them");
     for (const std::string& path : {arguments.json, arguments.csv, arguments.save}) requireWritable(path);
     Problem problem = loadProblem(arguments.study);
+    if (arguments.threads > 0) problem.application->threads(static_cast<unsigned>(arguments.threads));
     takeArguments(arguments, problem.study);
     warnOfBatches(problem.study);
 

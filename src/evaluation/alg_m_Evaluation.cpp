@@ -8,6 +8,15 @@
 #include "ui/Debug.h"
 
 namespace varnex3::alg_m_Evaluation {
+namespace {
+
+double checkedValue(host::Range& cell, const char* procedure)
+{
+    alg_m_XLinterface::CheckCell(cell, procedure, false, false);
+    return toDouble(cell.Value());
+}
+
+} // namespace
 
 /// Fills a member's row of genY from the response cells of a workbook that holds its values.
 ///
@@ -17,7 +26,9 @@ namespace varnex3::alg_m_Evaluation {
 ///      non-conformance is 1 when v lies strictly outside a limit, else 0.
 ///
 /// @raises  513, 515 after showing the offending cell
-void Deterministic_Ys(OptimizationRun& d, Long m)
+void Deterministic_Ys(OptimizationRun& d, Long m) { Deterministic_Ys(d, m, {}); }
+
+void Deterministic_Ys(OptimizationRun& d, Long m, std::span<const double> known)
 {
     constexpr const char* kName = "Deterministic_Ys";
     Procedure here{"alg_m_Evaluation", kName};
@@ -31,9 +42,8 @@ void Deterministic_Ys(OptimizationRun& d, Long m)
     here.at(3);
     for (Long j : oneTo(countY)) {
         const c_Response& y = required(required(d.f->Ys).Item(j));
-        host::Range& cell = required(y.Formula);
-        alg_m_XLinterface::CheckCell(cell, kName, false, false);
-        const double v = toDouble(cell.Value());
+        const double v =
+            known.empty() ? checkedValue(required(y.Formula), kName) : known[static_cast<std::size_t>(j - 1)];
         const std::optional<double> L = alg_m_XLinterface::specificationLimit(y.lsl, kName);
         const std::optional<double> U = alg_m_XLinterface::specificationLimit(y.usl, kName);
         d.genY(row, j) = v;

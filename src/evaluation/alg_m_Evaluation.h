@@ -4,6 +4,7 @@
 // The dispatch (EvaluateGen) is the search's, in optimizer/.
 #pragma once
 
+#include <span>
 #include <string>
 
 #include "evaluation/OptimizationRun.h"
@@ -12,6 +13,9 @@ namespace varnex3::alg_m_Evaluation {
 
 /// Statistics of single values: the response cells as they stand.
 void Deterministic_Ys(OptimizationRun& d, Long m);
+
+/// The same where the numbers of the response cells are known already, one per response.
+void Deterministic_Ys(OptimizationRun& d, Long m, std::span<const double> known);
 
 /// Statistics of a simulation of the member, whose values this step writes itself.
 void MonteCarlo_Ys(OptimizationRun& d, Long member);

@@ -121,6 +121,9 @@ private:
     void prepare(Procedure& here, Run& run, bool dbg);
     bool runTrials(Procedure& here, Run& run);
     bool drawTrial(Run& run, Long pos);
+    void askForAhead(Run& run);
+    bool takeAhead(Run& run, Long t, Long pos);
+    void writeTrial(Run& run);
     void readResponses(Run& run);
     void accumulate(Run& run, Long t);
     void restoreFormula(const Run& run, Long i);

@@ -5,6 +5,7 @@
 #include <array>
 #include <charconv>
 
+#include "host/TrialsAhead.h"
 #include "host/alg_m_XLinterface.h"
 #include "montecarlo/alg_m_LatinHypercube.h"
 #include "montecarlo/c_MonteCarlo.h"
@@ -43,6 +44,7 @@ public:
         take(cell_->Value());
     }
 
+    const Ref<host::Range>& cell() const { return cell_; } // no object when there is none
     bool isSet() const { return set_; }
     double value() const { return value_; }
 
@@ -76,6 +78,10 @@ struct c_MonteCarlo::Run {
     Array1<char> recalcFirst;   // by parameter
     std::string errorText;      // of the draw that failed
     std::string status;         // reused
+    TrialsAhead ahead;
+    bool askedForAhead = false;
+    std::vector<Long> varying;      // parameters whose cells are written
+    std::vector<double> notWritten; // their values in the last trial, when the cells do not hold them
     bool formulasSaved = false;
     bool hostChanged = false;
 };
@@ -110,6 +116,7 @@ bool c_MonteCarlo::RunMC(bool dbg, bool forOpt)
         trials_.shrinkToFit();
         return false;
     } catch (...) {
+        attemptInHandler([&] { writeTrial(run); });
         reportError(here);
         if (run.formulasSaved) // one cell that the host refuses does not keep the others from theirs
             for (Long i : oneTo(run.savedFormulas.size())) attempt([&] { restoreFormula(run, i); });
@@ -215,7 +222,9 @@ bool c_MonteCarlo::runTrials(Procedure& here, Run& run)
         here.at(1403);
         reportTrial(run, t);
         here.at(1404);
-        if (!drawTrial(run, pos)) {
+        const bool ahead = takeAhead(run, t, pos);
+        if (!ahead && !drawTrial(run, pos)) {
+            writeTrial(run);
             RestoreHostState();
             restoreFormulas(run);
             return false;
@@ -225,9 +234,12 @@ bool c_MonteCarlo::runTrials(Procedure& here, Run& run)
             host.ScreenUpdating(true);
         else if (host.ScreenUpdating())
             host.ScreenUpdating(false);
-        alg_m_XLinterface::Recalc(host);
+        if (!ahead) {
+            alg_m_XLinterface::Recalc(host);
+            run.notWritten.clear();
+        }
         here.at(1406);
-        readResponses(run);
+        if (!ahead) readResponses(run);
         here.at(1407);
         AddToArrays(trialX_, run.yRow, t);
         here.at(1408);
@@ -263,6 +275,75 @@ bool c_MonteCarlo::drawTrial(Run& run, Long pos)
         if (x.xType != xTypes::Constant) run.xCells(k)->Value(v); // a constant's cell is never written
     }
     return true;
+}
+
+/// Whether the host works out trials ahead. Not with values that depend on the trial in other ways than
+/// through the parameters' cells.
+void c_MonteCarlo::askForAhead(Run& run)
+{
+    run.askedForAhead = true;
+    const Long nx = run.xs.size();
+    TrialsAhead::Cells inputs, outputs, fixed;
+    std::vector<bool> placed(static_cast<std::size_t>(nx) + 1, false);
+    for (Long i : oneTo(nx)) {
+        const Long k = run.sequence(i);
+        if (k < 1 || k > nx || placed[static_cast<std::size_t>(k)] || run.recalcFirst(k)) return;
+        placed[static_cast<std::size_t>(k)] = true;
+        c_Parameter& x = *run.xs(k);
+        if (x.xType == xTypes::Constant) {
+            fixed.push_back(run.xCells(k));
+            continue;
+        }
+        for (Long q : oneTo(required(x.dist).Count()))
+            if (x.dist->Item(q)->Dynamic) return;
+        run.varying.push_back(k);
+        inputs.push_back(run.xCells(k));
+    }
+    for (Long j : oneTo(run.yCells.size())) {
+        outputs.push_back(run.yCells(j));
+        const Limits& limits = run.limits[static_cast<std::size_t>(j - 1)];
+        for (const Limit* limit : {&limits.lower, &limits.upper})
+            if (limit->cell()) fixed.push_back(limit->cell());
+    }
+    run.ahead.open(*application_, inputs, outputs, fixed);
+}
+
+/// Draws and responses of a trial that the host has worked out before its turn. False when there are none: of
+/// the first trial, which puts numbers in place of formulas, and of the last, which the workbook keeps.
+bool c_MonteCarlo::takeAhead(Run& run, Long t, Long pos)
+{
+    if (t == 1 || t == numTrials) return false;
+    if (!run.askedForAhead) askForAhead(run);
+    if (!run.ahead.isOpen()) return false;
+    if (!run.ahead.holds(t)) {
+        const Long last = std::min(t + sampleSize - pos, numTrials - 1);
+        run.ahead.advance(t, last, [&](Long trial, std::span<double> row) {
+            return attempt([&] {
+                for (std::size_t i = 0; i < row.size(); ++i) {
+                    const Long k = run.varying[i];
+                    run.errorText.clear();
+                    row[i] = run.xs(k)->RandVal(run.probabilities(pos + trial - t, k), run.errorText);
+                    if (!run.errorText.empty()) raise(errors::InvalidCall); // in its turn, with its message
+                }
+            });
+        });
+        if (!run.ahead.holds(t)) return false;
+    }
+    const std::span<const double> x = run.ahead.inputs(t), y = run.ahead.outputs(t);
+    for (std::size_t i = 0; i < x.size(); ++i) trialX_(run.varying[i]) = x[i];
+    std::copy(y.begin(), y.end(), run.yRow.begin());
+    run.notWritten.assign(x.begin(), x.end());
+    return true;
+}
+
+/// Where the last trial has left no trace in the workbook, the workbook is given what it would have left.
+void c_MonteCarlo::writeTrial(Run& run)
+{
+    if (run.notWritten.empty()) return;
+    for (std::size_t i = 0; i < run.notWritten.size(); ++i)
+        run.xCells(run.varying[i])->Value(run.notWritten[i]);
+    run.notWritten.clear();
+    alg_m_XLinterface::Recalc(*application_);
 }
 
 void c_MonteCarlo::readResponses(Run& run)

@@ -1,7 +1,9 @@
 // workbook/EmbeddedApplication.cpp - the application object of the embedded host.
 #include "workbook/EmbeddedApplication.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <thread>
 
 #include <sys/utsname.h>
 
@@ -9,6 +11,7 @@
 #include "sheet/format/Convert.h"
 #include "sheet/xlsx/Reader.h"
 #include "sheet/xlsx/Writer.h"
+#include "workbook/Batch.h"
 #include "workbook/Convert.h"
 #include "workbook/Reference.h"
 #include "workbook/Workbook.h"
@@ -52,7 +55,10 @@ MacroName macroName(const std::string& text)
 
 } // namespace
 
-EmbeddedApplication::EmbeddedApplication() : session_(std::make_shared<Session>()), statusBar_(false) {}
+EmbeddedApplication::EmbeddedApplication()
+    : session_(std::make_shared<Session>()), statusBar_(false),
+      threads_(std::max(1U, std::thread::hardware_concurrency()))
+{}
 EmbeddedApplication::~EmbeddedApplication() = default;
 
 void EmbeddedApplication::Calculate()
@@ -114,6 +120,17 @@ std::string EmbeddedApplication::OperatingSystem()
     utsname system{};
     if (uname(&system) != 0) return "Unknown";
     return std::string(system.sysname) + " " + system.release + " " + system.machine;
+}
+
+Ref<host::Batch> EmbeddedApplication::Trials(std::span<const Ref<host::Range>> inputs,
+                                             std::span<const Ref<host::Range>> outputs)
+{
+    if (workbooks_.size() != 1) return {};
+    const auto cells = EmbeddedBatch::cellsOf(*workbooks_.front(), inputs, outputs);
+    if (!cells) return {};
+    if (!batch_ || !batch_->isFor(*workbooks_.front(), *cells, threads_))
+        batch_ = EmbeddedBatch::make(weak_from_this(), workbooks_.front(), *cells, threads_);
+    return batch_;
 }
 
 Ref<host::Workbook> EmbeddedApplication::open(const std::string& path)

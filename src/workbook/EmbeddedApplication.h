@@ -18,6 +18,7 @@
 
 namespace varnex3::workbook {
 
+class EmbeddedBatch;
 class EmbeddedWorkbook;
 struct Session;
 
@@ -46,6 +47,12 @@ public:
     Ref<host::Workbooks> Workbooks() override;
     std::string Version() override; // "Corvane 0.1.0"
     std::string OperatingSystem() override;
+    /// For single cells of the only open workbook when nothing waits for recalculation; see
+    /// sheet/model/Trials.h.
+    Ref<host::Batch> Trials(std::span<const Ref<host::Range>> inputs,
+                            std::span<const Ref<host::Range>> outputs) override;
+    /// How many threads work out the trials of a batch; at first one for each processor.
+    void threads(unsigned count) { threads_ = count > 0 ? count : 1; }
 
     /// Opens a file; the workbook becomes the active one. Raises 1004 with the reader's message, or when
     /// a workbook of that file name is open already.
@@ -72,8 +79,10 @@ public:
     /// The engine's book behind a workbook of this host; raises 5 for a workbook of another.
     sheet::Book& book(host::Workbook& workbook);
 
-    /// Calls of Calculate so far: the work that an analysis has spent.
+    /// Calls of Calculate and trials of batches so far: the work that an analysis has spent.
     long long calculations() const { return calculations_; }
+    /// Counts trials of a batch as calculations.
+    void countTrials(Long trials) { calculations_ += trials; }
 
     // What was last put; hosts offer no way to read these back.
     const Variant& statusBar() const;
@@ -103,7 +112,9 @@ private:
     bool enableEvents_ = true;
     bool displayAlerts_ = true;
     long long calculations_ = 0;
-    int added_ = 0; // workbooks made by Add so far
+    unsigned threads_;
+    Ref<EmbeddedBatch> batch_; // the last one, for the next who wants the same
+    int added_ = 0;            // workbooks made by Add so far
 };
 
 } // namespace varnex3::workbook

@@ -35,8 +35,12 @@ public:
     void Select() override;
     Ref<host::Application> Application() override;
 
-private:
+    const EmbeddedWorkbook& workbook() const { return *workbook_; }
+    bool isCell() const { return isCell_; }
+    /// The cell in the engine's store; of a single cell.
     sheet::Slot slot();
+
+private:
     sheet::CellAddress address(std::int32_t row, std::int32_t col) const;
     Variant areaValue();
     void putArray(Long rows, Long cols, const std::function<Variant(Long, Long)>& item);

@@ -71,6 +71,8 @@ public:
     {
         if (stale_ == Stale::Nothing) stale_ = Stale::Changed;
     }
+    /// Nothing was written since the last recalculation.
+    bool isCurrent() const { return stale_ == Stale::Nothing; }
     /// Brings every formula up to date: at the first time all of them, as what a file stores may be
     /// missing or older than its inputs; later those that depend on what changed.
     void calculate();

@@ -24,6 +24,20 @@ class Range;
 inline constexpr Long kCalculationAutomatic = -4105;
 inline constexpr Long kCalculationManual = -4135;
 
+/// Trials without a trace in the workbook. A trial writes numbers to its input cells, calculates, and reads
+/// its output cells; here come the same numbers, and the cells stay as they are.
+class Batch : public Object {
+public:
+    /// Works out trials from the first one on.
+    /// @param inputs   finite numbers, one row per trial
+    /// @param outputs  receives one row per trial
+    /// @return         trials done; the next one has an output that is no number, or the workbook has changed
+    ///                 since: it is to be done cell by cell
+    virtual Long Run(std::span<const double> inputs, std::span<double> outputs) = 0;
+    /// Whether the cell keeps its value whatever the inputs are.
+    virtual bool IsFixed(Range& cell) = 0;
+};
+
 class Application : public Object {
 public:
     /// Brings every formula of all open workbooks up to date.
@@ -43,6 +57,13 @@ public:
     virtual Ref<host::Workbooks> Workbooks() = 0;
     virtual std::string Version() = 0;
     virtual std::string OperatingSystem() = 0;
+
+    /// What a host may offer beyond that: many trials at once. No object where it cannot give exactly what
+    /// trials one by one would.
+    virtual Ref<Batch> Trials(std::span<const Ref<Range>> /*inputs*/, std::span<const Ref<Range>> /*outputs*/)
+    {
+        return {};
+    }
 };
 
 class Workbooks : public Object {

@@ -17,7 +17,7 @@ constexpr std::size_t kWorthAThread = 4000;
 /// Registers for what does not depend on the inputs, of the cells as they are now.
 bool Trials::load()
 {
-    if (!recalculation_.fits(code_)) return false;
+    if (!fits()) return false;
     const std::uint64_t values = recalculation_.valuesFor(code_);
     if (!registers_.empty() && values == values_) return true;
     registers_.clear();
@@ -53,6 +53,8 @@ std::size_t Trials::run(std::span<const double> inputs, std::span<double> output
     workers_->run(work);
     return done;
 }
+
+bool Trials::fits() const { return recalculation_.fits(code_); }
 
 bool Trials::isFixed(Slot cell) const
 {

@@ -34,6 +34,9 @@ public:
     ///                 that trials must be done one by one
     std::size_t run(std::span<const double> inputs, std::span<double> outputs);
 
+    /// Whether `run` may still give what a recalculation would.
+    bool fits() const;
+
     /// Whether a cell keeps its value whatever the inputs are.
     bool isFixed(Slot cell) const;
 
