@@ -9,7 +9,7 @@ export LC_ALL=C.UTF-8
 packages_build=(g++ cmake ninja-build ccache pkg-config libexpat1-dev libzip-dev libboost-dev libeigen3-dev
     libcli11-dev libtomlplusplus-dev nlohmann-json3-dev libfmt-dev)
 packages_test=(libgtest-dev libgmock-dev libbenchmark-dev)
-packages_windows=(g++-mingw-w64-x86-64-win32 mingw-w64-tools wine wine64 xvfb xauth)
+packages_windows=(g++-mingw-w64-x86-64-win32 mingw-w64-tools wine wine64 fonts-wine fonts-liberation xvfb xauth)
 packages_package=(dpkg-dev file zsh)
 packages_fuzz=(clang libclang-rt-14-dev)
 
