@@ -79,7 +79,11 @@ void WorkbookEdit::openSheet(const Tag& tag, std::string_view raw)
     if (const char* id = tag.attribute("sheetId"))
         highestId_ = std::max(highestId_, parseIndex(id).value_or(0));
     RawTag sheet(raw);
-    if (const std::string name = sheet.attributeEndingIn(":id"); !name.empty()) idAttribute_ = name;
+    if (const std::string name = sheet.attributeEndingIn(":id"); !name.empty()) {
+        idAttribute_ = name;
+        const std::string declaration = "xmlns:" + name.substr(0, name.find(':'));
+        idNamespace_ = sheet.has(declaration) ? " " + declaration + "=" + sheet.written(declaration) : "";
+    }
     const std::size_t at = listed_++;
     if (at >= changes_.sheets.size()) throw XmlProblem{"it lists more sheets than before"};
     if (changes_.sheets[at].removed) {
@@ -152,7 +156,7 @@ void WorkbookEdit::text(std::string_view raw, std::string_view)
 void WorkbookEdit::appendAddedSheets()
 {
     for (const WorkbookChanges::Added& added : changes_.added) {
-        out.append("<").append(prefix_).append("sheet name=\"");
+        out.append("<").append(prefix_).append("sheet").append(idNamespace_).append(" name=\"");
         appendEscaped(out, added.name);
         out.append("\" sheetId=\"").append(std::to_string(++highestId_));
         out.append("\" ").append(idAttribute_).append("=\"").append(added.relationship).append("\"/>");

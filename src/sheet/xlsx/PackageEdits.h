@@ -55,7 +55,8 @@ private:
 
     WorkbookChanges changes_;
     std::string prefix_, idAttribute_ = "r:id";
-    std::string names_; // the content of <definedNames>, written when there is any
+    std::string idNamespace_; // the declaration of its prefix, where every sheet brings its own
+    std::string names_;       // the content of <definedNames>, written when there is any
     std::string namesBegin_, namesEnd_;
     std::uint32_t highestId_ = 0;
     std::size_t listed_ = 0;

@@ -79,6 +79,13 @@ void RawTag::remove(std::string_view attribute)
     std::erase_if(attributes_, [&](const auto& known) { return known.first == attribute; });
 }
 
+std::string RawTag::written(std::string_view attribute) const
+{
+    for (const auto& known : attributes_)
+        if (known.first == attribute) return known.second;
+    return {};
+}
+
 std::string RawTag::attributeEndingIn(std::string_view end) const
 {
     for (const auto& known : attributes_)

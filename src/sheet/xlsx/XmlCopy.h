@@ -25,6 +25,8 @@ public:
     std::string prefix() const;                       // "x:", or empty
     bool isEmpty() const { return empty_; }           // "/>"
     bool has(std::string_view attribute) const;
+    /// An attribute as written, with its quotes; empty when there is none.
+    std::string written(std::string_view attribute) const;
     /// Replaces an attribute where it stands, or adds it at the end; escapes the value.
     void set(std::string_view attribute, std::string_view value);
     void remove(std::string_view attribute);

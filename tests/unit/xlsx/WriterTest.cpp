@@ -183,6 +183,19 @@ TEST_F(Writer, KeepsEveryPartThatIsNotTouched)
     EXPECT_EQ(again->content({3, 0, 0}), "=NORM.S.INV(0.5)+Data!B1");
 }
 
+// Some programs declare the prefix of the relationship on each sheet, not on the workbook.
+TEST_F(Writer, AddsSheetsWhereEverySheetDeclaresItsPrefix)
+{
+    const auto book = loadParts(workbookParts(
+        "<row r=\"1\"><c r=\"A1\"><v>1</v></c></row>",
+        {{"xl/workbook.xml", "<workbook xmlns=\"" + kMain + "\"><sheets><sheet xmlns:r=\"" + kTypes +
+                                 R"(" name="Data" sheetId="1" r:id="rId1"/>)"
+                                 "</sheets></workbook>"}}));
+    book->setValue({book->addSheet("New"), 0, 0}, 2.0);
+    saveWorkbook(*book, path("in.xlsx"), path("out.xlsx"));
+    EXPECT_EQ(load(path("out.xlsx"))->value({1, 0, 0}), Value(2.0));
+}
+
 TEST_F(Writer, RemovesAndRenamesSheets)
 {
     const auto book = loadParts(macroWorkbook(), "in.xlsm");
