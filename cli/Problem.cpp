@@ -160,6 +160,10 @@ private:
         y.DefName = entry.name;
         y.Name = entry.name;
         y.Formula = numericCell(entry.cell);
+        if (y.Formula->Value().isEmpty())
+            throw Refused(entry.cell.place, fmt::format("the cell {} is empty; a response is a cell whose "
+                                                        "formula gives a number",
+                                                        entry.cell.value));
         y.lsl = operand(entry.lsl);
         y.usl = operand(entry.usl);
     }

@@ -160,17 +160,49 @@ std::string driversText(const c_MonteCarlo& run, Long j)
     return table.text();
 }
 
+/// Classes of a histogram: from `origin` upwards, all `width` wide.
+struct Classes {
+    double origin, width;
+    std::optional<double> usl; // where it is an edge: the value itself lies below it
+
+    Long indexOf(double y) const
+    {
+        const auto index = static_cast<Long>(std::floor((y - origin) / width));
+        if (!usl) return index;
+        const auto edge = static_cast<Long>(std::lround((*usl - origin) / width));
+        return y <= *usl ? std::min(index, edge - 1) : std::max(index, edge);
+    }
+    double edge(Long index) const { return origin + static_cast<double>(index) * width; }
+};
+
+/// About twenty, so that limits among the values lie on edges where that can be: no class holds both sides.
+Classes classesOf(double least, double greatest, const Conformance& c)
+{
+    const double width = (greatest - least) / 20.0;
+    const auto inside = [&](const std::optional<double>& limit) {
+        return limit && *limit > least && *limit < greatest;
+    };
+    if (inside(c.lsl) && inside(c.usl) && *c.usl - *c.lsl > 0.75 * width)
+        return {*c.lsl, (*c.usl - *c.lsl) / std::round((*c.usl - *c.lsl) / width), c.usl};
+    if (inside(c.usl)) return {*c.usl, width, c.usl};
+    return {inside(c.lsl) ? *c.lsl : least, width, {}};
+}
+
 /// Counts between the smallest and the greatest value; a line stands where a limit lies.
 std::string histogramText(const c_MonteCarlo& run, Long j, const Conformance& c)
 {
-    constexpr int kBars = 20, kWidth = 50;
-    const double least = run.yMin(j), greatest = run.yMax(j), width = (greatest - least) / kBars;
-    if (!(width > 0.0) || !std::isfinite(width)) return {};
-    std::vector<Long> counts(kBars, 0);
-    for (Long t : oneTo(run.LastTrial())) {
-        const double at = (run.ySorted(j, t) - least) / width;
-        ++counts[static_cast<std::size_t>(std::clamp(static_cast<int>(at), 0, kBars - 1))];
-    }
+    constexpr int kWidth = 50;
+    const double least = run.yMin(j), greatest = run.yMax(j);
+    if (!(greatest - least > 0.0) || !std::isfinite(greatest - least)) return {};
+    const Classes classes = classesOf(least, greatest, c);
+    if (!(std::fabs(classes.origin - least) / classes.width < 1000.0)) return {}; // no digits are left
+    const Long first = classes.indexOf(least);
+    Long last = classes.indexOf(greatest);
+    if (last > first && classes.edge(last) >= greatest) --last; // the greatest value alone is no class
+    std::vector<Long> counts(static_cast<std::size_t>(last - first + 1), 0);
+    for (Long t : oneTo(run.LastTrial()))
+        ++counts[static_cast<std::size_t>(std::clamp(classes.indexOf(run.ySorted(j, t)), first, last) -
+                                          first)];
     const Long most = *std::max_element(counts.begin(), counts.end());
     std::vector<std::pair<double, std::string>> marks;
     if (c.lsl) marks.emplace_back(*c.lsl, "LSL");
@@ -182,13 +214,14 @@ std::string histogramText(const c_MonteCarlo& run, Long j, const Conformance& c)
             text += fmt::format("  {:>12} +{:-<{}} {}\n", shown(marks[mark].first), "", kWidth,
                                 marks[mark].second);
     };
-    for (int b = 0; b < kBars; ++b) {
-        const double from = least + b * width;
-        drawMarks(from + 0.5 * width);
-        const auto length = static_cast<std::size_t>(std::lround(
-            static_cast<double>(counts[static_cast<std::size_t>(b)]) / static_cast<double>(most) * kWidth));
+    for (Long b : fromTo(first, last)) {
+        const double from = classes.edge(b);
+        drawMarks(from + 1e-9 * classes.width);
+        const Long count = counts[static_cast<std::size_t>(b - first)];
+        const auto length = static_cast<std::size_t>(
+            std::lround(static_cast<double>(count) / static_cast<double>(most) * kWidth));
         text += fmt::format("  {:>12} |{:<{}} {}\n", fmt::format("{:.5g}", from), std::string(length, '#'),
-                            kWidth, counts[static_cast<std::size_t>(b)]);
+                            kWidth, count);
     }
     drawMarks(HUGE_VAL);
     return text;

@@ -2,9 +2,12 @@
 //
 // The report is Simulation.h's.
 #include <chrono>
+#include <cmath>
+#include <filesystem>
 #include <initializer_list>
 #include <optional>
 #include <string>
+#include <system_error>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -30,7 +33,7 @@ void takeArguments(const SimulateArguments& arguments, Study& study)
 void warnOfBatches(const Study& study)
 {
     const StudyMonteCarlo& m = study.monteCarlo;
-    if (m.sampleSize == 0 || m.trials % m.sampleSize == 0) return;
+    if (m.sampleSize == 0 || m.sampleSize >= m.trials || m.trials % m.sampleSize == 0) return;
     fmt::print(stderr, "{}: warning: batches of {} do not divide {} trials; the last batch is cut short{}\n",
                m.sampleSizePlace.text(), m.sampleSize, m.trials,
                study.correlations.empty()
@@ -38,30 +41,45 @@ void warnOfBatches(const Study& study)
                    : ", and with correlations it holds low values of the first input only");
 }
 
-/// Why the trial that stopped a run did so: its inputs are written again, and draws and responses looked at.
+/// A copy can be made under that name: asked before the trials, not after them.
+void requireSavable(const std::string& path, const Study& study)
+{
+    if (path.empty()) return;
+    const std::filesystem::path copy(path), workbook(study.workbookPath);
+    std::error_code none;
+    if (std::filesystem::equivalent(copy, workbook, none))
+        throw Refused(
+            fmt::format("--save {}: that is the workbook of the study; give the copy another name", path));
+    if (copy.extension() != workbook.extension())
+        throw Refused(fmt::format("--save {}: the copy of {} must end in {} too", path,
+                                  workbook.filename().string(), workbook.extension().string()));
+}
+
+/// Why the trial that stopped a run did so: its inputs are written again, and the responses looked at.
 class FailedTrial {
 public:
     FailedTrial(Problem& problem, const c_MonteCarlo& run) : problem_(problem), run_(run) {}
 
+    /// False when the run failed before its first trial.
+    bool begun() const
+    {
+        for (Long i : oneTo(run_.CountX()))
+            if (!std::isnan(run_.trialX(i))) return true;
+        return run_.refusedX() > 0;
+    }
+
     std::string text()
     {
         const c_Formulation& f = *problem_.formulation;
-        std::string reason;
         for (Long i : oneTo(f.CountX())) {
             const Long k = f.CalcSequence(i);
             if (f.RecalcFlags(k)) problem_.application->Calculate();
-            c_Parameter& x = *f.Xs->Item(k);
-            std::string refused;
-            if (x.xType == xTypes::Noise) attempt([&] { x.RandVal(0.5, refused); });
-            if (!refused.empty()) {
-                reason = fmt::format("the distribution of \"{}\": {}", x.Name, refused);
-                break;
-            }
-            attempt([&] { x.SetMean(run_.trialX(k)); });
+            if (!std::isnan(run_.trialX(k))) attempt([&] { f.Xs->Item(k)->SetMean(run_.trialX(k)); });
         }
         attempt([&] { problem_.application->Calculate(); });
-        caught();
-        std::string get;
+        std::string reason, get;
+        if (const Long k = run_.refusedX(); k > 0)
+            reason = fmt::format("the distribution of \"{}\": {}", f.Xs->Item(k)->Name, run_.refusal());
         for (Long j : oneTo(f.CountY())) {
             if (!reason.empty()) break;
             const Variant value = f.Ys->Item(j)->Formula->Value();
@@ -75,7 +93,7 @@ public:
                                           reason.empty() ? "the cause is in the report below" : reason);
         message += "The inputs of that trial:\n  corvane calc " + quoted(problem_.study.workbookPath);
         for (Long i : oneTo(f.CountX())) {
-            if (f.Xs->Item(i)->xType == xTypes::Constant) continue;
+            if (f.Xs->Item(i)->xType == xTypes::Constant || std::isnan(run_.trialX(i))) continue;
             const std::string& cell = problem_.study.parameters[static_cast<std::size_t>(i - 1)].cell.value;
             message += " --set " + quoted(cell + "=" + csvField(run_.trialX(i)));
         }
@@ -167,13 +185,19 @@ int runSimulate(const SimulateArguments& arguments)
     for (const std::string& path : {arguments.json, arguments.csv, arguments.save}) requireWritable(path);
     Problem problem = loadProblem(arguments.study);
     if (arguments.threads > 0) problem.application->threads(static_cast<unsigned>(arguments.threads));
+    requireSavable(arguments.save, problem.study);
     takeArguments(arguments, problem.study);
     warnOfBatches(problem.study);
 
     Simulation simulation;
     std::optional<std::string> failure;
     if (!runTrials(problem, simulation, arguments, failure)) {
-        fmt::print(stderr, "corvane: the run failed in {}{}\n", FailedTrial(problem, simulation.run).text(),
+        FailedTrial trial(problem, simulation.run);
+        const bool full = failure && failure->rfind("Error 7:", 0) == 0; // out of memory
+        fmt::print(stderr, "corvane: the run failed {}{}{}\n",
+                   trial.begun() ? "in " + trial.text() : "before its first trial\n",
+                   full ? fmt::format("{} trials need too much memory; ask for fewer.\n", simulation.planned)
+                        : std::string(),
                    failure.value_or(""));
         return exitCode::RunFailed;
     }

@@ -3,6 +3,7 @@
 // The trial loop is in c_MonteCarlo_run.cpp, the statistics in c_MonteCarlo_statistics.cpp.
 #include "montecarlo/c_MonteCarlo.h"
 
+#include <limits>
 #include <memory>
 #include <utility>
 
@@ -104,6 +105,8 @@ void c_MonteCarlo::Clear()
     moments_.clear();
     closed_ = {};
     trialX_.clear();
+    refusedX_ = 0;
+    refusal_.clear();
     corrMatrix_.clear();
     accepted_.clear();
     listed_.clear();
@@ -179,7 +182,7 @@ double c_MonteCarlo::yMax(Long yIndex) const
 
 double c_MonteCarlo::trialX(Long xIndex) const
 {
-    return within(xIndex, trialX_.size()) ? trialX_(xIndex) : 0.0;
+    return within(xIndex, trialX_.size()) ? trialX_(xIndex) : std::numeric_limits<double>::quiet_NaN();
 }
 
 } // namespace varnex3

@@ -85,8 +85,12 @@ public:
     bool statsDiffer(Long yIndex, Long statNum) const;     // yStats is off by more than 1 %
     double yMin(Long yIndex) const;
     double yMax(Long yIndex) const;
-    /// The value of a parameter in the trial begun last: the one that stopped a run, or its last.
+    /// The value that the latest run left in a parameter's cell last, in the trial that stopped it or in its
+    /// last one; not a number where none was drawn.
     double trialX(Long xIndex) const;
+    /// The parameter whose draw ended the latest run, 0 for none, and why.
+    Long refusedX() const { return refusedX_; }
+    const std::string& refusal() const { return refusal_; }
 
     /// Confidence bounds of a probability from x failures in n trials at the level alpha.
     static double minPNC(Long n, Long x, double alpha);
@@ -159,8 +163,10 @@ private:
         Long trials = 0;
         Array2<double> ySums;
         Array1<CentralMoments> moments;
-    } closed_;                        // the state at the end of the latest whole batch
-    Array1<double> trialX_;           // by parameter
+    } closed_;              // the state at the end of the latest whole batch
+    Array1<double> trialX_; // by parameter
+    Long refusedX_ = 0;
+    std::string refusal_;
     std::vector<char> limitsCrossed_; // by response: a trial had its lower limit above the upper one
 
     Array2<double> corrMatrix_; // parameter x parameter

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <limits>
 
 #include "host/TrialsAhead.h"
 #include "host/alg_m_XLinterface.h"
@@ -76,7 +77,7 @@ struct c_MonteCarlo::Run {
     std::vector<Limits> limits; // by response
     Array1<Long> sequence;      // parameter written in place i
     Array1<char> recalcFirst;   // by parameter
-    std::string errorText;      // of the draw that failed
+    std::string errorText;      // of a draw ahead of its turn
     std::string status;         // reused
     TrialsAhead ahead;
     bool askedForAhead = false;
@@ -145,7 +146,9 @@ void c_MonteCarlo::prepare(Procedure& here, Run& run, bool dbg)
     run.probabilities.resize(sampleSize, nx);
     run.savedFormulas.resize(nx);
     run.yRow.resize(ny);
-    trialX_.resize(nx);
+    trialX_.resize(nx, std::numeric_limits<double>::quiet_NaN());
+    refusedX_ = 0;
+    refusal_.clear();
     lastTrial_ = 0;
     closed_.trials = 0;
     yStats_.resize(ny, 7);
@@ -261,17 +264,19 @@ bool c_MonteCarlo::runTrials(Procedure& here, Run& run)
 }
 
 /// Draws a value for every parameter in calculation order and writes it to its cell. False when a draw
-/// left a reason in the run's error text.
+/// gave a reason why there is none.
 bool c_MonteCarlo::drawTrial(Run& run, Long pos)
 {
     for (Long i : oneTo(run.sequence.size())) {
         const Long k = run.sequence(i);
         if (run.recalcFirst(k)) alg_m_XLinterface::Recalc(*application_);
-        run.errorText.clear();
         c_Parameter& x = *run.xs(k);
-        const double v = x.RandVal(run.probabilities(pos, k), run.errorText);
+        const double v = x.RandVal(run.probabilities(pos, k), refusal_);
+        if (!refusal_.empty()) {
+            refusedX_ = k;
+            return false;
+        }
         trialX_(k) = v;
-        if (!run.errorText.empty()) return false;
         if (x.xType != xTypes::Constant) run.xCells(k)->Value(v); // a constant's cell is never written
     }
     return true;

@@ -8,6 +8,8 @@
 #include <csignal>
 #include <sstream>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -180,6 +182,41 @@ TEST_F(Simulate, AFailingTrialIsNamedWithWhatRepeatsIt)
               1);
 }
 
+TEST_F(Simulate, ADrawThatIsRefusedInATrialIsNamed)
+{
+    std::string two = study("{ type = \"Uniform\", lower_end = 0, upper_end = 1 }", "Design!B2");
+    two.replace(two.find("[[response]]"), 0,
+                "[[parameter]]\nid = \"z\"\ncell = \"Design!Z1\"\ntype = \"Noise\"\nname = \"Second\"\n"
+                "distribution = { type = \"Normal\", mean = 0, stdev = \"Design!B1\" }\n");
+    // the spread of the second is the first, which falls below 0
+    two.replace(two.find("lower_end = 0"), 13, "lower_end = -1");
+    folder.write("s.toml", two);
+    const Outcome outcome = folder.run({"simulate", "s.toml", "--trials", "50", "--seed", "3", "-q"});
+    EXPECT_EQ(outcome.code, 1) << outcome.out;
+    EXPECT_THAT(outcome.err, HasSubstr("the distribution of \"Second\": Standard deviation of the Normal "
+                                       "distribution is negative"));
+    EXPECT_THAT(outcome.err, HasSubstr("--set Design!B1=-0."));
+}
+
+// Every quarter of the trials is one value; a value on a limit passes and stands on the inner side of its
+// line.
+TEST_F(Simulate, TheHistogramSeparatesAtTheLimits)
+{
+    folder.write("s.toml",
+                 study("{ type = \"Discrete\", values = [1, 2, 3, 4] }", "Design!B1", "lsl = 2\nusl = 3\n"));
+    const Outcome outcome = folder.run({"simulate", "s.toml", "--trials", "400", "-q"});
+    std::istringstream lines(outcome.out);
+    long long counted = 0;
+    std::vector<long long> parts;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.find(" +--") != std::string::npos) parts.push_back(std::exchange(counted, 0));
+        if (line.find(" |") == std::string::npos) continue;
+        counted += static_cast<long long>(*parseNumber(line.substr(line.find_last_of(" #") + 1)));
+    }
+    parts.push_back(counted);
+    EXPECT_EQ(parts, (std::vector<long long>{100, 200, 100})) << outcome.out;
+}
+
 TEST_F(Simulate, CtrlCReportsCompletedTrialsAndWholeBatchesOfCorrelatedOnes)
 {
     struct Case {
@@ -234,6 +271,15 @@ TEST_F(Simulate, RefusesWrongEntriesWithLineAndKey)
         EXPECT_EQ(outcome.code, 2) << c.to;
         EXPECT_THAT(outcome.err, HasSubstr("s.toml:"));
         EXPECT_THAT(outcome.err, HasSubstr(c.message)) << c.to;
+    }
+    folder.write("s.toml", study("{ type = \"Normal\", mean = 1, stdev = 0.1 }", "Design!Z99"));
+    EXPECT_THAT(folder.run({"simulate", "s.toml"}).err, HasSubstr("the cell Design!Z99 is empty"));
+    for (const char* copy : {"stackup.xlsx", "out.ods"}) {
+        const std::string before = folder.read("stackup.xlsx");
+        const Outcome outcome = folder.run({"simulate", "stackup.toml", "-q", "--save", copy});
+        EXPECT_EQ(outcome.code, 2) << copy;
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_EQ(folder.read("stackup.xlsx"), before);
     }
 }
 
