@@ -48,6 +48,26 @@ std::array<double, 3> SmallModel::run(const std::array<double, 4>& x)
             book.read(responses[2]).number()};
 }
 
+std::vector<CellFormula> largeFormulas()
+{
+    constexpr int kWidth = LargeModel::kWidth, kRows = LargeModel::kRows;
+    std::vector<CellFormula> formulas;
+    for (int r = 1; r <= kRows; ++r)
+        for (int c = 0; c < kWidth; ++c)
+            formulas.push_back({r, c,
+                                "0.5*" + name(r - 1, c) + "+0.3*" + name(r - 1, (c + 1) % kWidth) + "+0.2*" +
+                                    name(r - 1, (c + kWidth - 1) % kWidth)});
+    const std::string last = name(kRows, 0) + ":" + name(kRows, kWidth - 1);
+    const std::string n = std::to_string(kWidth);
+    const std::string summary[] = {"SUM(" + last + ")", "MIN(" + last + ")",
+                                   "MAX(" + last + ")", "SUMSQ(" + last + ")",
+                                   "V4/" + n,           "V1/" + n,
+                                   "V5-V6*V6",          name(kRows, 0) + "-" + name(kRows, kWidth - 1)};
+    int row = 0;
+    for (const std::string& text : summary) formulas.push_back({row++, 21, text});
+    return formulas;
+}
+
 LargeModel::LargeModel()
 {
     book.addSheet("Rows");
@@ -56,20 +76,7 @@ LargeModel::LargeModel()
         inputs[static_cast<std::size_t>(c)] = book.slot({0, 0, c});
     }
     auto& builder = book.builder();
-    for (int r = 1; r <= kRows; ++r)
-        for (int c = 0; c < kWidth; ++c)
-            builder.formula({0, r, c},
-                            "0.5*" + name(r - 1, c) + "+0.3*" + name(r - 1, (c + 1) % kWidth) + "+0.2*" +
-                                name(r - 1, (c + kWidth - 1) % kWidth),
-                            {});
-    const std::string last = name(kRows, 0) + ":" + name(kRows, kWidth - 1);
-    const std::string n = std::to_string(kWidth);
-    const std::string summary[] = {"SUM(" + last + ")", "MIN(" + last + ")",
-                                   "MAX(" + last + ")", "SUMSQ(" + last + ")",
-                                   "V4/" + n,           "V1/" + n,
-                                   "V5-V6*V6",          name(kRows, 0) + "-" + name(kRows, kWidth - 1)};
-    int row = 0;
-    for (const std::string& text : summary) builder.formula({0, row++, 21}, text, {});
+    for (const CellFormula& f : largeFormulas()) builder.formula({0, f.row, f.col}, f.text, {});
     book.finishLoading();
     responses = {book.slot({0, 0, 21}), book.slot({0, 1, 21}), book.slot({0, 2, 21}), book.slot({0, 6, 21}),
                  book.slot({0, 7, 21})};

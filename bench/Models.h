@@ -5,6 +5,7 @@
 #pragma once
 
 #include <array>
+#include <string>
 #include <vector>
 
 #include "sheet/model/Book.h"
@@ -24,6 +25,14 @@ struct SmallModel {
 
 /// The same in C++.
 std::array<double, 3> smallPlain(const std::array<double, 4>& x);
+
+struct CellFormula {
+    int row, col;     // from 0
+    std::string text; // without "="
+};
+
+/// The formulas of LargeModel: the recurrence row by row, then the summary cells in column V.
+std::vector<CellFormula> largeFormulas();
 
 /// A recurrence: 20 inputs in the first row, 1,000 rows of 20 cells that each weigh three neighbours above,
 /// and 8 summary cells, of which 5 are responses.

@@ -1,13 +1,14 @@
 // bench/montecarlo_bench.cpp - simulations: on the embedded engine, on a host of plain C++ formulas, and as
 // the loop that one would write by hand, with the same draws and the same statistics.
 //
-// Prints trials per second and ratios; every run must give the same means before its time counts. Arguments:
-// trials, a multiple of 1000 (200000), repetitions (5); the fastest repetition counts.
+// Prints trials per second and ratios; every run must give the same means before its time counts. Then what
+// the trials cost in memory. Arguments: trials, a multiple of 1000 (200000), repetitions (5); the fastest
+// repetition counts.
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cmath>
 #include <cstdlib>
+#include <ctime>
 #include <functional>
 #include <numeric>
 #include <string>
@@ -15,6 +16,7 @@
 
 #include <fmt/format.h>
 
+#include "Allocations.h"
 #include "Models.h"
 #include "PlainHost.h"
 #include "formulation/c_Formulation.h"
@@ -28,7 +30,9 @@ namespace varnex3::bench {
 namespace {
 
 constexpr Long kSeed = 1;
-using Clock = std::chrono::steady_clock;
+
+/// Seconds of processor time: other programs on the machine take none of it.
+double now() { return static_cast<double>(std::clock()) / CLOCKS_PER_SEC; }
 
 /// A model in both forms. Inputs are normal around `start` with 2 % standard deviation; the first response
 /// has an upper limit.
@@ -39,6 +43,8 @@ struct Model {
     std::vector<Long> responses;       // rows of column B
     double usl;
     std::function<void(const double* x, double* y)> plain;
+    std::vector<CellFormula> grid =
+        {}; // in place of `formulas`; inputs stand in row 1, responses in column V
 };
 
 const Model& fourInputs()
@@ -79,6 +85,23 @@ const Model& tenInputs()
     return model;
 }
 
+const Model& twentyThousandFormulas()
+{
+    static const Model model{"20 inputs, 20,008 formulas, 3 responses",
+                             std::vector<double>(LargeModel::kWidth, 1.0),
+                             {},
+                             {1, 2, 3},
+                             20.1,
+                             [](const double* x, double* y) {
+                                 std::array<double, LargeModel::kWidth> inputs{};
+                                 std::copy(x, x + LargeModel::kWidth, inputs.begin());
+                                 const std::array<double, 5> r = largePlain(inputs);
+                                 std::copy(r.begin(), r.begin() + 3, y);
+                             },
+                             largeFormulas()};
+    return model;
+}
+
 double stdevOf(double start) { return 0.02 * start; }
 
 struct Hosted {
@@ -91,13 +114,17 @@ Hosted embedded(const Model& model)
     auto application = std::make_shared<workbook::EmbeddedApplication>();
     const auto sheet = application->Workbooks()->Add()->Worksheets(1);
     Hosted hosted{application, {}, {}};
+    const bool grid = !model.grid.empty();
+    application->Calculation(host::kCalculationManual); // while the formulas come in
     for (Long i : oneTo(static_cast<Long>(model.start.size()))) {
-        sheet->Cells(i, 1, model.start[static_cast<std::size_t>(i - 1)]);
-        hosted.inputs.push_back(sheet->Cells(i, 1));
+        const Long row = grid ? 1 : i, column = grid ? i : 1;
+        sheet->Cells(row, column, model.start[static_cast<std::size_t>(i - 1)]);
+        hosted.inputs.push_back(sheet->Cells(row, column));
     }
+    for (const CellFormula& f : model.grid) sheet->Cells(f.row + 1, f.col + 1)->Formula("=" + f.text);
     for (Long i : oneTo(static_cast<Long>(model.formulas.size())))
         sheet->Cells(i, 2)->Formula(model.formulas[static_cast<std::size_t>(i - 1)]);
-    for (Long row : model.responses) hosted.responses.push_back(sheet->Cells(row, 2));
+    for (Long row : model.responses) hosted.responses.push_back(sheet->Cells(row, grid ? 22 : 2));
     application->Calculate();
     return hosted;
 }
@@ -150,15 +177,31 @@ Outcome simulate(const Model& model, const Hosted& hosted, Long trials, Long bat
     run.sampleSize = batch;
     run.randSeed = kSeed;
     Outcome outcome;
-    const auto begin = Clock::now();
+    const double begin = now();
     if (!run.RunMC()) std::abort();
-    outcome.seconds = std::chrono::duration<double>(Clock::now() - begin).count();
+    outcome.seconds = now() - begin;
     for (Long j : oneTo(run.CountY())) {
         outcome.means.push_back(run.yStats(j, 1));
         for (Long i : oneTo(run.CountX())) outcome.contributions.push_back(run.VarContribs(i, j));
     }
     outcome.fails = run.ySums(1, 6);
     return outcome;
+}
+
+/// Seconds of as many recalculations as trials, each with all inputs written and all responses read.
+double recalculations(const Model& model, const Hosted& hosted, Long trials)
+{
+    double sum = 0.0;
+    const double begin = now();
+    for (Long t : oneTo(trials)) {
+        for (std::size_t i = 0; i < hosted.inputs.size(); ++i)
+            hosted.inputs[i]->Value(model.start[i] * (t % 2 == 0 ? 1.0 : 1.001));
+        hosted.application->Calculate();
+        for (const auto& response : hosted.responses) sum += toDouble(response->Value());
+    }
+    const double seconds = now() - begin;
+    if (!std::isfinite(sum)) std::abort();
+    return seconds;
 }
 
 /// Ranks of the last n rows of a column.
@@ -200,7 +243,7 @@ Outcome byHand(const Model& model, Long trials, Long batch)
     const std::size_t nx = model.start.size(), ny = model.responses.size(),
                       n = static_cast<std::size_t>(trials);
     Outcome outcome;
-    const auto begin = Clock::now();
+    const double begin = now();
     alg_m_MersenneTwister::InitRandom(kSeed);
     const auto size = static_cast<std::size_t>(batch);
     outcome.contributions.assign(nx * ny, 0.0);
@@ -221,7 +264,7 @@ Outcome byHand(const Model& model, Long trials, Long batch)
     }
     for (std::size_t j = 0; j < ny; ++j) outcome.means.push_back(sums[4 * j] / static_cast<double>(n));
     for (double& c : outcome.contributions) c *= static_cast<double>(batch) / static_cast<double>(n);
-    outcome.seconds = std::chrono::duration<double>(Clock::now() - begin).count();
+    outcome.seconds = now() - begin;
     return outcome;
 }
 
@@ -240,7 +283,7 @@ void requireSame(const Outcome& a, const Outcome& b, const char* what)
 void compare(const Model& model, Long trials, Long batch, int repetitions)
 {
     const Hosted engine = embedded(model), plain = onPlainHost(model);
-    double hand = 1e300, library = 1e300, whole = 1e300;
+    double hand = 1e300, library = 1e300, whole = 1e300, recalculation = 1e300;
     for (int r = 0; r < repetitions; ++r) {
         const Outcome a = byHand(model, trials, batch), b = simulate(model, plain, trials, batch),
                       c = simulate(model, engine, trials, batch);
@@ -249,18 +292,44 @@ void compare(const Model& model, Long trials, Long batch, int repetitions)
         hand = std::min(hand, a.seconds);
         library = std::min(library, b.seconds);
         whole = std::min(whole, c.seconds);
+        recalculation = std::min(recalculation, recalculations(model, engine, trials));
     }
     const double n = trials;
     fmt::print("{}, {} trials in batches of {}\n", model.name, trials, batch);
     const auto line = [&](const char* what, double seconds) {
-        fmt::print("  {:<36}{:>12.0f} trials/s {:>8.3f} us a trial {:>6.2f} times the loop by hand\n", what,
+        fmt::print("  {:<38}{:>12.0f} trials/s {:>8.3f} us a trial {:>6.2f} times the loop by hand\n", what,
                    n / seconds, 1e6 * seconds / n, seconds / hand);
     };
     line("plain loop by hand", hand);
     line("library, plain C++ formulas", library);
     line("library, embedded engine", whole);
+    line("recalculations alone, embedded engine", recalculation);
+    fmt::print("  sampling, bookkeeping, status, statistics, beyond recalculation: {:.3f} us a trial\n",
+               1e6 * (whole - recalculation) / n);
     fmt::print("  the library's own cost, beyond the loop by hand: {:.3f} us a trial\n",
                1e6 * (library - hand) / n);
+}
+
+/// The most memory that a run takes, as a multiple of what its trials take in the end, and the time per trial
+/// as their number grows. False when a completed run takes more than 1.6 times as much.
+bool growth(const Model& model, Long batch)
+{
+    const Hosted plain = onPlainHost(model);
+    const double perTrial = 8.0 * static_cast<double>(model.start.size() + 3 * model.responses.size());
+    bool within = true;
+    simulate(model, plain, 1000, batch); // lets go of the workbook of the run before
+    fmt::print("{}: memory, batches of {}\n", model.name, batch);
+    for (const Long trials : {100000, 1000000, 4000000}) {
+        resetPeak();
+        const std::size_t before = liveBytes();
+        const Outcome outcome = simulate(model, plain, trials, batch);
+        const double kept = perTrial * trials, most = static_cast<double>(peakBytes() - before);
+        fmt::print("  {:>8} trials: {:>7.1f} MB kept, at most {:>7.1f} MB in use, {:.3f} times; {:.3f} us a "
+                   "trial\n",
+                   trials, kept / 1e6, most / 1e6, most / kept, 1e6 * outcome.seconds / trials);
+        within = within && most <= 1.6 * kept;
+    }
+    return within;
 }
 
 } // namespace
@@ -278,5 +347,9 @@ int main(int argc, char** argv)
         varnex3::bench::compare(varnex3::bench::fourInputs(), trials, batch, repetitions);
         varnex3::bench::compare(varnex3::bench::tenInputs(), trials, batch, repetitions);
     }
-    return 0;
+    using namespace varnex3::bench;
+    compare(twentyThousandFormulas(), 1000, 1000, repetitions);
+    const bool within = growth(fourInputs(), 1000);
+    growth(fourInputs(), 4000000); // one batch: its probabilities and ranks come on top
+    return within ? 0 : 1;
 }

@@ -195,7 +195,7 @@ TEST_F(Simulate, ADrawThatIsRefusedInATrialIsNamed)
     EXPECT_EQ(outcome.code, 1) << outcome.out;
     EXPECT_THAT(outcome.err, HasSubstr("the distribution of \"Second\": Standard deviation of the Normal "
                                        "distribution is negative"));
-    EXPECT_THAT(outcome.err, HasSubstr("--set Design!B1=-0."));
+    EXPECT_THAT(outcome.err, HasSubstr("Design!B1=-0."));
 }
 
 // Every quarter of the trials is one value; a value on a limit passes and stands on the inner side of its
