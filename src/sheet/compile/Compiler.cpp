@@ -3,103 +3,15 @@
 
 #include <algorithm>
 #include <string>
+#include <vector>
 
+#include "sheet/compile/CompilerImpl.h"
 #include "sheet/compile/Structured.h"
 #include "sheet/exec/Invoke.h"
 #include "sheet/exec/Operators.h"
+#include "sheet/formula/Lexical.h"
 
 namespace varnex3::sheet {
-namespace {
-
-/// What the consumer of a node's value takes.
-enum class Want : std::uint8_t {
-    Scalar, // one value; in array mode one value or an array
-    Range,  // also a reference
-};
-
-/// How a node is compiled.
-struct Mode {
-    Want want = Want::Scalar;
-    bool array = false;       // element by element
-    bool addressOnly = false; // the argument of a function that looks at the address alone
-    Mode scalar() const { return {Want::Scalar, array, false}; }
-    Mode range() const { return {Want::Range, array, false}; }
-};
-
-class Compiler {
-public:
-    Compiler(SheetIndex ownSheet, const Scope& scope) : ownSheet_(ownSheet), scope_(scope) {}
-
-    Code run(const Tree& tree, bool array);
-
-private:
-    using Index = std::uint32_t;
-
-    void node(const Tree& tree, const Node& n, Mode mode);
-    void reference(const Tree& tree, const Node& n, Mode mode);
-    void name(const Tree& tree, const Node& n, Mode mode);
-    void structured(const Tree& tree, const Node& n, Mode mode);
-    void unary(const Tree& tree, const Node& n, Mode mode);
-    void binary(const Tree& tree, const Node& n, Mode mode);
-    void references(const Tree& tree, const Node& n, Mode mode);
-    void call(const Tree& tree, const Node& n, Mode mode);
-    bool lazyCall(const Tree& tree, const Node& n, Mode mode, std::string_view name);
-    void ifCall(const Tree& tree, const Node& n, Mode mode);
-    void ifsCall(const Tree& tree, const Node& n, Mode mode, Index first);
-    void errorCall(const Tree& tree, const Node& n, Mode mode, bool onlyNA);
-    void chooseCall(const Tree& tree, const Node& n, Mode mode);
-    void switchCall(const Tree& tree, const Node& n, Mode mode);
-    void switchArray(const Tree& tree, const Node& n, Mode mode, Index first);
-    bool countsFit(const FunctionRow& row, Index count);
-
-    void branch(const Tree& tree, const Node& n, Index child, Mode mode);
-    void place(Place p, Mode mode);
-    void delivered(Mode mode);
-    std::optional<Place> placeOf(const Tree& tree, const Node& n);
-    std::optional<Place> spanned(const Tree& tree, const Node& n);
-
-    std::size_t emit(Op op, std::uint32_t operand = 0, std::uint8_t detail = 0, std::uint16_t count = 0)
-    {
-        code_.instructions.push_back({op, detail, count, operand});
-        return code_.instructions.size() - 1;
-    }
-    void constant(Value v)
-    {
-        code_.constants.push_back(std::move(v));
-        emit(Op::Constant, static_cast<std::uint32_t>(code_.constants.size() - 1));
-    }
-    std::uint32_t here()
-    {
-        barrier_ = code_.instructions.size();
-        return static_cast<std::uint32_t>(barrier_);
-    }
-    void target(std::size_t jump) { code_.instructions[jump].operand = here(); }
-    /// Whether the last n instructions are constants that nothing jumps between.
-    bool constants(std::size_t n) const;
-    const Value& last(std::size_t back) const
-    {
-        return code_.constants[code_.instructions[code_.instructions.size() - 1 - back].operand];
-    }
-    void fold(std::size_t n, Value v)
-    {
-        code_.instructions.resize(code_.instructions.size() - n);
-        constant(std::move(v));
-    }
-    void refuse(CodeRemark::Why why, std::string text)
-    {
-        code_.remarks.push_back({why, std::move(text)});
-        refused_ = true;
-        constant(Failure::Name);
-    }
-
-    SheetIndex ownSheet_;
-    const Scope& scope_;
-    Code code_;
-    std::size_t barrier_ = 0;
-    int nameDepth_ = 0;
-    bool refused_ = false;
-    const Node* final_ = nullptr; // the root, when it is a sum or difference not in parentheses
-};
 
 bool Compiler::constants(std::size_t n) const
 {
@@ -121,16 +33,27 @@ Code Compiler::run(const Tree& tree, bool array)
         code_.constants.clear();
         code_.places.clear();
         code_.calls.clear();
+        code_.lambdas.clear();
+        main_.locals = 0;
         constant(Failure::Name);
         code_.isVolatile = code_.isDynamic = false;
     }
     emit(Op::End);
     code_.depth = static_cast<std::uint32_t>(2 * code_.instructions.size());
+    code_.locals = main_.locals;
     return std::move(code_);
 }
 
 void Compiler::node(const Tree& tree, const Node& n, Mode mode)
 {
+    // Names within names may stand for more than a file of any size should.
+    constexpr std::size_t kMostInstructions = 200000;
+    constexpr int kDeepest = 3000;
+    if (code_.instructions.size() > kMostInstructions || depth_ >= kDeepest) {
+        if (refused_) return constant(Failure::Name);
+        return refuse(CodeRemark::Why::Unsupported, "a formula that its names make too large");
+    }
+    ++depth_;
     const auto textOf = [&](std::int32_t i) { return tree.texts[static_cast<std::size_t>(i)]; };
     switch (n.kind) {
     case NodeKind::Number: constant(n.number); break;
@@ -149,7 +72,7 @@ void Compiler::node(const Tree& tree, const Node& n, Mode mode)
         constant(Failure::Ref);
         break;
     case NodeKind::Call: call(tree, n, mode); break;
-    case NodeKind::CallValue: refuse(CodeRemark::Why::Unsupported, "call of a function value"); break;
+    case NodeKind::CallValue: valueCall(tree, n, mode); break;
     case NodeKind::Unary: unary(tree, n, mode); break;
     case NodeKind::Binary: binary(tree, n, mode); break;
     case NodeKind::RangeOperator:
@@ -161,11 +84,12 @@ void Compiler::node(const Tree& tree, const Node& n, Mode mode)
         emit(Op::Intersect);
         break;
     }
+    --depth_;
 }
 
 std::optional<Place> Compiler::placeOf(const Tree& tree, const Node& n)
 {
-    Place p{n.first, n.last, n.extent, -1, -1, nameDepth_ > 0, true};
+    Place p{n.first, n.last, n.extent, -1, -1, context_.nameDepth > 0, true};
     const auto sheet = [&](std::int32_t text) {
         const auto found = scope_.sheetOf(tree.texts[static_cast<std::size_t>(text)]);
         if (!found) code_.unresolved = true;
@@ -228,38 +152,54 @@ void Compiler::delivered(Mode mode)
     if (mode.want == Want::Scalar) emit(mode.array ? Op::Dereference : Op::Intersect);
 }
 
-void Compiler::name(const Tree& tree, const Node& n, Mode mode)
+const Tree* Compiler::meaningOf(const Tree& tree, const Node& n, SheetIndex& sheet)
 {
-    const std::string& text = tree.texts[static_cast<std::size_t>(n.text)];
-    SheetIndex sheet = ownSheet_;
+    sheet = context_.sheet;
     code_.bySheet = true;
     if (n.sheet >= 0) {
         const auto found = scope_.sheetOf(tree.texts[static_cast<std::size_t>(n.sheet)]);
-        if (!found) {
-            code_.unresolved = true;
-            return constant(Failure::Ref);
-        }
+        if (!found) return nullptr;
         sheet = *found;
     }
-    const Tree* meaning = scope_.definedName(text, sheet);
-    if (const Table* table = meaning ? nullptr : scope_.table(text))
-        return place(fixedPlace(table->data()), mode);
-    constexpr int kDeepest = 64;
-    if (meaning == nullptr || nameDepth_ >= kDeepest) {
+    return scope_.definedName(tree.texts[static_cast<std::size_t>(n.text)], sheet);
+}
+
+void Compiler::name(const Tree& tree, const Node& n, Mode mode)
+{
+    const std::string& text = tree.texts[static_cast<std::size_t>(n.text)];
+    const Binding* binding = n.sheet < 0 ? find(text) : nullptr;
+    if (binding != nullptr) return variable(*binding, mode);
+    SheetIndex sheet = 0;
+    const Tree* meaning = meaningOf(tree, n, sheet);
+    if (meaning == nullptr) {
+        if (const Table* table = scope_.table(text)) return place(fixedPlace(table->data()), mode);
+        const FunctionRow* row = n.sheet < 0 ? findFunction(lexical::upperText(text)) : nullptr;
+        if (row != nullptr) return functionName(*row);
         code_.unresolved = true;
-        code_.remarks.push_back(
-            {CodeRemark::Why::Unsupported, (meaning ? "circular name " : "unknown name ") + text});
+        if (n.sheet >= 0 && !scope_.sheetOf(tree.texts[static_cast<std::size_t>(n.sheet)]))
+            return constant(Failure::Ref);
+        code_.remarks.push_back({CodeRemark::Why::Unsupported, "unknown name " + text});
         return constant(Failure::Name);
     }
-    ++nameDepth_;
+    constexpr int kDeepest = 64;
+    if (context_.nameDepth >= kDeepest) {
+        code_.remarks.push_back({CodeRemark::Why::Unsupported, "circular name " + text});
+        return constant(Failure::Name);
+    }
     const Node& root = meaning->root();
+    if (isLambdaCall(*meaning, root)) {
+        emit(Op::Closure, nameBody(*meaning, sheet));
+        return;
+    }
+    const Context before = context_;
+    context_ = {nullptr, before.nameDepth + 1, sheet};
     if (root.kind == NodeKind::Reference || root.kind == NodeKind::Name) {
         node(*meaning, root, mode);
     } else { // a formula behind a name is evaluated element by element
         node(*meaning, root, {Want::Range, true, mode.addressOnly});
         delivered(mode);
     }
-    --nameDepth_;
+    context_ = before;
 }
 
 void Compiler::unary(const Tree& tree, const Node& n, Mode mode)
@@ -272,17 +212,27 @@ void Compiler::unary(const Tree& tree, const Node& n, Mode mode)
     }
 }
 
+/// From the innermost left operand outwards: a sum of ten thousand terms is no nest.
 void Compiler::binary(const Tree& tree, const Node& n, Mode mode)
 {
-    node(tree, tree.child(n, 0), mode.scalar());
-    node(tree, tree.child(n, 1), mode.scalar());
-    const bool final = &n == final_;
+    std::vector<const Node*> chain{&n};
+    while (tree.child(*chain.back(), 0).kind == NodeKind::Binary)
+        chain.push_back(&tree.child(*chain.back(), 0));
+    node(tree, tree.child(*chain.back(), 0), mode.scalar());
+    for (auto part = chain.rbegin(); part != chain.rend(); ++part) {
+        node(tree, tree.child(**part, 1), mode.scalar());
+        operation((*part)->op, *part == final_);
+    }
+}
+
+void Compiler::operation(Operator op, bool final)
+{
     if (constants(2)) {
         const DateSystem dates = scope_.environment().dateSystem();
         const Value a = last(1), b = last(0);
-        fold(2, final ? applyFinalBinary(n.op, a, b, dates) : applyBinary(n.op, a, b, dates));
+        fold(2, final ? applyFinalBinary(op, a, b, dates) : applyBinary(op, a, b, dates));
     } else {
-        emit(final ? Op::FinalBinary : Op::Binary, 0, static_cast<std::uint8_t>(n.op));
+        emit(final ? Op::FinalBinary : Op::Binary, 0, static_cast<std::uint8_t>(op));
     }
 }
 
@@ -321,29 +271,34 @@ void Compiler::references(const Tree& tree, const Node& n, Mode mode)
     delivered(mode);
 }
 
-bool Compiler::countsFit(const FunctionRow& row, Index count)
-{
-    const ParameterList& p = row.parameters;
-    const auto n = static_cast<int>(count);
-    if (n < p.required() || n > p.most()) return false;
-    const int group = p.repeating();
-    if (group <= 1 || n <= p.count) return true;
-    const bool mayStopInside = std::any_of(p.items.begin() + (p.count - group), p.items.begin() + p.count,
-                                           [](const Parameter& q) { return q.optional; });
-    // The value that SWITCH gives when nothing fits stands alone at the end.
-    return mayStopInside || (n - p.count) % group == 0 || row.name == "SWITCH";
-}
-
 void Compiler::call(const Tree& tree, const Node& n, Mode mode)
 {
     const std::string& name = tree.texts[static_cast<std::size_t>(n.text)];
     const FunctionRow* row = findFunction(name);
-    if (row == nullptr) return refuse(CodeRemark::Why::UnknownFunction, name);
+    // A function of the table comes before a value of that name, but not before a LAMBDA.
+    const Binding* binding = find(name);
+    if (binding != nullptr && (row == nullptr || binding->isLambda()))
+        return variableCall(*binding, tree, n, 0, mode);
+    if (row == nullptr) {
+        SheetIndex sheet = 0;
+        if (const Tree* meaning = meaningOf(tree, n, sheet))
+            return nameCall(*meaning, sheet, tree, n, 0, mode);
+        return refuse(CodeRemark::Why::UnknownFunction, name);
+    }
+    if (name == "LET") return let(tree, n, mode);
+    if (name == "LAMBDA") return lambdaValue(tree, n);
+    rowCall(tree, n, mode, *row);
+}
+
+void Compiler::rowCall(const Tree& tree, const Node& n, Mode mode, const FunctionRow& function)
+{
+    const FunctionRow* row = &function;
+    const std::string& name = tree.texts[static_cast<std::size_t>(n.text)];
     // SUM() with nothing between the parentheses parses as no argument or as one that is missing.
     const bool none = n.childCount == 1 && tree.child(n, 0).kind == NodeKind::Missing &&
                       row->parameters.required() == 0 && row->parameters.count == 0;
     const Index count = none ? 0 : n.childCount;
-    if (!countsFit(*row, count))
+    if (!takesCount(*row, static_cast<int>(count)))
         return refuse(CodeRemark::Why::Unparsable, name + " does not take " + std::to_string(count) +
                                                        (count == 1 ? " argument" : " arguments"));
     if (has(row->traits, Trait::Volatile)) code_.isVolatile = true;
@@ -359,7 +314,8 @@ void Compiler::call(const Tree& tree, const Node& n, Mode mode)
         if (child.kind == NodeKind::Missing && i < 64) site.missing |= std::uint64_t{1} << i;
         switch (take) {
         case Take::Range: node(tree, child, mode.range()); break;
-        case Take::Array: node(tree, child, {Want::Range, true, false}); break;
+        case Take::Array:
+        case Take::Function: node(tree, child, {Want::Range, true, false}); break;
         case Take::Reference: node(tree, child, {Want::Range, mode.array, true}); break;
         default: node(tree, child, mode.scalar()); break;
         }
@@ -373,6 +329,7 @@ void Compiler::call(const Tree& tree, const Node& n, Mode mode)
         fold(count, std::move(v));
         return;
     }
+    if (name == "ISOMITTED" && constants(1)) return fold(1, last(0).isOmitted());
     code_.calls.push_back(site);
     emit(Op::Call, static_cast<std::uint32_t>(code_.calls.size() - 1));
     if (has(row->traits, Trait::GivesRange) || has(row->traits, Trait::Dynamic)) delivered(mode);
@@ -527,8 +484,6 @@ void Compiler::switchArray(const Tree& tree, const Node& n, Mode mode, Index fir
     target(then);
     emit(Op::IfEnd);
 }
-
-} // namespace
 
 Code compileFormula(const Tree& tree, SheetIndex ownSheet, bool array, const Scope& scope)
 {

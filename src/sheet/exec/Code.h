@@ -43,7 +43,14 @@ enum class Op : std::uint8_t {
     MakeRange,        // reference : reference
     MakeUnion,        // reference , reference
     MakeIntersection, // reference blank reference
-    End,
+
+    // Names of LET and LAMBDA live in the slots of their frame, below the stack.
+    Local,       // push slot operand
+    SetLocal,    // the top becomes slot operand
+    Closure,     // push lambdas[operand] with what it takes from this frame
+    Apply,       // `count` arguments on top of a function: its result
+    ApplyLambda, // `count` arguments: the result of lambdas[operand], which takes nothing from around it
+    End,         // of the formula or of a LAMBDA
 };
 
 struct Instruction {
@@ -77,6 +84,18 @@ struct CallSite {
     std::uint64_t missing = 0; // bit i: argument i was left empty between separators
 };
 
+/// The body of a LAMBDA: a stretch of its code's instructions with a frame of its own.
+struct Lambda {
+    struct Capture {
+        std::uint32_t from, to; // slot of the frame around it, own slot
+    };
+    std::uint32_t start = 0;              // instruction
+    std::uint32_t required = 0, most = 0; // parameters; their slots come first
+    std::uint32_t locals = 0;             // slots
+    std::uint32_t depth = 1;              // values on the stack at most
+    std::vector<Capture> captures;
+};
+
 /// Why a code's value cannot be trusted, or deserves a word.
 struct CodeRemark {
     enum class Why : std::uint8_t { UnknownFunction, Unparsable, Unsupported } why;
@@ -89,8 +108,10 @@ struct Code {
     std::vector<Place> places;
     std::vector<CallSite> calls;
     std::vector<std::uint32_t> labels;
+    std::vector<Lambda> lambdas;
     std::vector<CodeRemark> remarks;
     std::uint32_t depth = 1;  // values on the stack at most
+    std::uint32_t locals = 0; // slots of names
     bool isVolatile = false;  // to be evaluated at every recalculation
     bool isDynamic = false;   // may read cells that are not among its places
     bool keepsStored = false; // its value is what the file stored (external links)

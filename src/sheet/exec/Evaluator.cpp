@@ -15,6 +15,7 @@ struct Evaluator::Machine {
     Evaluator& owner;
     const Code& code;
     const CellAddress& here;
+    Value* locals;
     Value* top;
     std::uint32_t next = 0; // instruction
 
@@ -40,7 +41,16 @@ struct Evaluator::Machine {
     {
         if (top[-1].isReference()) top[-1] = dereference(top[-1], environment());
     }
+    void closure(const Lambda& lambda, std::uint32_t index);
+    void replaceArguments(std::size_t count, Value result);
     bool step(const Instruction& in);
+    /// Runs to the end; false when blocked.
+    bool run()
+    {
+        while (step(code.instructions[next++]))
+            if (blocked()) return false;
+        return !blocked();
+    }
 };
 
 void Evaluator::Machine::pushCell(const CellAddress& cell)
@@ -288,6 +298,23 @@ void Evaluator::Machine::makeReference(Op op)
     a = common.empty() ? Value(Failure::Null) : Value::reference(std::move(common));
 }
 
+void Evaluator::Machine::closure(const Lambda& lambda, std::uint32_t index)
+{
+    detail::FunctionData function;
+    function.code = &code;
+    function.lambda = index;
+    function.required = static_cast<int>(lambda.required);
+    function.most = static_cast<int>(lambda.most);
+    for (const Lambda::Capture& capture : lambda.captures) function.captured.push_back(locals[capture.from]);
+    push(Value::function(std::move(function)));
+}
+
+void Evaluator::Machine::replaceArguments(std::size_t count, Value result)
+{
+    top -= count;
+    push(std::move(result));
+}
+
 bool Evaluator::Machine::step(const Instruction& in)
 {
     switch (in.op) {
@@ -337,6 +364,20 @@ bool Evaluator::Machine::step(const Instruction& in)
     case Op::MakeRange:
     case Op::MakeUnion:
     case Op::MakeIntersection: makeReference(in.op); break;
+    case Op::Local: *top++ = locals[in.operand]; break;
+    case Op::SetLocal: locals[in.operand] = std::move(*--top); break;
+    case Op::Closure: closure(code.lambdas[in.operand], in.operand); break;
+    case Op::Apply: {
+        const Value function = top[-1 - in.count];
+        Value result = owner.apply(function, {top - in.count, in.count});
+        replaceArguments(in.count + std::size_t{1}, std::move(result));
+        break;
+    }
+    case Op::ApplyLambda: {
+        Value result = owner.call(code, code.lambdas[in.operand], {top - in.count, in.count}, {});
+        replaceArguments(in.count, std::move(result));
+        break;
+    }
     case Op::End: return false;
     }
     return true;
@@ -346,13 +387,59 @@ std::optional<Value> Evaluator::evaluate(const Code& code, const CellAddress& he
 {
     blocked_.clear();
     closed_ = false;
-    if (stack_.size() < code.depth + 4) stack_.resize(code.depth + 64);
-    Machine machine{*this, code, here, stack_.data()};
-    while (machine.step(code.instructions[machine.next++])) {
-        if (machine.blocked()) return std::nullopt;
+    here_ = here;
+    calls_ = depth_ = 0;
+    exhausted_ = false;
+    if (stack_.size() < code.depth + code.locals + 4) stack_.resize(code.depth + code.locals + 64);
+    Machine machine{*this, code, here_, stack_.data(), stack_.data() + code.locals};
+    if (!machine.run()) return std::nullopt;
+    Value& result = machine.top[-1];
+    if (result.isFunction()) return Value(Failure::Calc);
+    return std::move(result);
+}
+
+Value Evaluator::call(const Code& code, const Lambda& lambda, std::span<Value> arguments,
+                      std::span<const Value> captured)
+{
+    constexpr std::size_t kDeepest = 1024, kMostCalls = std::size_t{1} << 26;
+    if (!blocked_.empty()) return {};
+    if (arguments.size() < lambda.required || arguments.size() > lambda.most) return Failure::Value;
+    if (depth_ >= kDeepest || ++calls_ > kMostCalls) exhausted_ = true;
+    if (exhausted_) return Failure::Num;
+    if (frames_.size() <= depth_) frames_.resize(depth_ + 16);
+    std::vector<Value>& frame = frames_[depth_];
+    if (frame.size() < lambda.locals + lambda.depth) frame.resize(lambda.locals + lambda.depth);
+    for (std::size_t i = 0; i < lambda.most; ++i)
+        frame[i] = i < arguments.size() ? std::move(arguments[i]) : Value::omitted();
+    for (std::size_t i = 0; i < captured.size(); ++i) frame[lambda.captures[i].to] = captured[i];
+    Machine machine{*this, code, here_, frame.data(), frame.data() + lambda.locals, lambda.start};
+    ++depth_;
+    const bool complete = machine.run();
+    --depth_;
+    Value result = complete ? std::move(machine.top[-1]) : Value();
+    // Large arrays are not kept by a frame that waits for its next call.
+    for (std::size_t i = 0; i < lambda.locals; ++i) *(machine.locals + i) = Value();
+    return result;
+}
+
+Value Evaluator::apply(const Value& function, std::span<Value> arguments)
+{
+    if (function.isFailure()) return function;
+    if (!function.isFunction()) return Failure::Value;
+    const detail::FunctionData& f = function.function();
+    const int count = static_cast<int>(arguments.size());
+    if (count < f.required || count > f.most) return Failure::Value;
+    if (f.row != nullptr && !takesCount(*f.row, count)) return Failure::Value;
+    if (f.code != nullptr) return call(*f.code, f.code->lambdas[f.lambda], arguments, f.captured);
+    CallSite site{f.row, static_cast<std::uint32_t>(count), 0};
+    for (int i = 0; i < count; ++i) {
+        Value& argument = arguments[static_cast<std::size_t>(i)];
+        if (argument.isOmitted() && i < 64) site.missing |= std::uint64_t{1} << i;
+        if (argument.isReference() && f.row->parameters.of(i).take <= Take::Any)
+            argument = dereference(argument, environment_);
     }
-    if (machine.blocked()) return std::nullopt;
-    return std::move(machine.top[-1]);
+    if (!blocked_.empty()) return {};
+    return invoke(site, arguments, environment_, here_);
 }
 
 } // namespace varnex3::sheet

@@ -14,6 +14,10 @@ bool takesOneValue(Take take) { return take <= Take::Any; }
 /// False when the argument turned into the failure that is the result.
 bool convert(Value& v, Take take, DateSystem dates)
 {
+    if (v.isFunction() && take != Take::Function) {
+        v = Failure::Value;
+        return false;
+    }
     switch (take) {
     case Take::Number:
         if (!v.isNumber()) v = toNumber(v, dates);

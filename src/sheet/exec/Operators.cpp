@@ -10,6 +10,7 @@ Value scalarBinary(Operator op, const Value& a, const Value& b, DateSystem dates
 {
     if (a.isFailure()) return a;
     if (b.isFailure()) return b;
+    if (a.isFunction() || b.isFunction()) return Failure::Value;
     if (isComparison(op)) return holds(op, compareValues(a, b));
     if (op == Operator::Concat) {
         const Value left = toText(a), right = toText(b);
@@ -94,7 +95,7 @@ Value applyUnary(Operator op, const Value& a, DateSystem dates)
 
 Value spreadElement(const Value& v, std::int32_t r, std::int32_t c)
 {
-    if (!v.isArray()) return v;
+    if (!v.isArray()) return v.isFunction() ? Value(Failure::Calc) : v;
     if (v.rows() == 1) r = 0;
     if (v.cols() == 1) c = 0;
     if (r >= v.rows() || c >= v.cols()) return Failure::NA;

@@ -48,7 +48,7 @@ std::size_t characterCount(std::string_view text)
 /// A name without the prefixes that files put before newer functions and their variables.
 std::string_view withoutPrefixes(std::string_view name)
 {
-    constexpr std::string_view kPrefixes[] = {"_XLFN.", "_XLWS.", "_XLPM.", "_XLUDF."};
+    constexpr std::string_view kPrefixes[] = {"_XLFN.", "_XLWS.", "_XLPM.", "_XLETA.", "_XLUDF."};
     for (bool found = true; found;) {
         found = false;
         for (const std::string_view prefix : kPrefixes) {
@@ -59,6 +59,14 @@ std::string_view withoutPrefixes(std::string_view name)
         }
     }
     return name;
+}
+
+/// The name in "_xlop.name", how files write the parameter [name] of a LAMBDA.
+std::optional<std::string_view> optionalParameter(std::string_view word)
+{
+    constexpr std::string_view kPrefix = "_XLOP.";
+    if (word.size() <= kPrefix.size() || !sameLetters(word.substr(0, kPrefix.size()), kPrefix)) return {};
+    return word.substr(kPrefix.size());
 }
 
 /// The number that `text` (digits, point, exponent) stands for; nothing when too large.
@@ -584,6 +592,12 @@ private:
         at_ = end;
         for (const bool b : {false, true})
             if (sameLetters(word, b ? "TRUE" : "FALSE")) return addNumber(NodeKind::Boolean, b ? 1.0 : 0.0);
+        if (const auto parameter = optionalParameter(word)) {
+            Node node;
+            node.kind = NodeKind::Structured;
+            node.text2 = addText(*parameter);
+            return add(node);
+        }
         return addWithText(NodeKind::Name, withoutPrefixes(word));
     }
 
@@ -722,10 +736,23 @@ private:
             return addOperator(NodeKind::Single, Operator::None, arguments[0]);
         if (arguments.size() == 1 && name == "ANCHORARRAY" && yieldsReference(arguments[0]))
             return addOperator(NodeKind::Spill, Operator::None, arguments[0]);
+        if (name == "LAMBDA")
+            for (std::size_t i = 0; i + 1 < arguments.size(); ++i) makeOptional(tree_.nodes[arguments[i]]);
         Node node;
         node.kind = NodeKind::Call;
         node.text = addText(name);
         return add(node, arguments);
+    }
+
+    /// [name] before the formula of a LAMBDA is a parameter, no column of the table around.
+    void makeOptional(Node& n)
+    {
+        if (n.kind != NodeKind::Structured || n.text >= 0 || n.parentheses > 0) return;
+        const std::string& name = tree_.texts[static_cast<std::size_t>(n.text2)];
+        if (nameEnd(name, 0) != name.size()) return;
+        n.kind = NodeKind::Name;
+        n.text = std::exchange(n.text2, -1);
+        n.index = 1;
     }
 
     std::string_view text_;

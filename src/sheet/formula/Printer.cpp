@@ -115,7 +115,9 @@ private:
         case NodeKind::Missing: return "";
         case NodeKind::Array: return arrayText(tree_.arrays[static_cast<std::size_t>(node.index)]);
         case NodeKind::Reference: return referenceText(node);
-        case NodeKind::Name: return sheetPrefix(node) + nameText(text(node.text));
+        case NodeKind::Name:
+            if (node.index == 1) return "[" + text(node.text) + "]";
+            return sheetPrefix(node) + nameText(text(node.text));
         case NodeKind::Structured:
             return (node.text < 0 ? "" : text(node.text)) + "[" + text(node.text2) + "]";
         case NodeKind::External: return text(node.text);

@@ -14,20 +14,21 @@
 namespace varnex3::sheet {
 
 enum class NodeKind : std::uint8_t {
-    Number,     // number
-    Text,       // text
-    Boolean,    // number 1 or 0
-    Failure,    // failure
-    Missing,    // an argument left out between separators
-    Array,      // constant array; value in Tree::arrays[index]
-    Reference,  // one cell or an area: first, last, extent; sheet in text, `lastSheet` for Sheet1:Sheet3!A1
-    Name,       // defined name or LET/LAMBDA variable: text; `sheet` when written Sheet1!name
-    Structured, // Table1[[#This Row],[Column]]: table name in text, item specification in text2
-    External,   // [1]Sheet!A1 or 'path[book]sheet'!A1 as written: text
-    Call,       // function: name upper-case without file prefixes in text; children are arguments
-    CallValue,  // LAMBDA(...)(args): first child is what is called
-    Unary,      // op, one child
-    Binary,     // op, two children
+    Number,    // number
+    Text,      // text
+    Boolean,   // number 1 or 0
+    Failure,   // failure
+    Missing,   // an argument left out between separators
+    Array,     // constant array; value in Tree::arrays[index]
+    Reference, // one cell or an area: first, last, extent; sheet in text, `lastSheet` for Sheet1:Sheet3!A1
+    Name,      // defined name or LET/LAMBDA variable: text; `sheet` when written Sheet1!name; `index` 1 for a
+               // parameter [name] of a LAMBDA
+    Structured,    // Table1[[#This Row],[Column]]: table name in text, item specification in text2
+    External,      // [1]Sheet!A1 or 'path[book]sheet'!A1 as written: text
+    Call,          // function: name upper-case without file prefixes in text; children are arguments
+    CallValue,     // LAMBDA(...)(args): first child is what is called
+    Unary,         // op, one child
+    Binary,        // op, two children
     RangeOperator, // child : child
     Union,         // child , child
     Intersection,  // child blank child

@@ -14,7 +14,7 @@ std::vector<const FunctionRow*> collectRows()
     std::vector<const FunctionRow*> all;
     for (const auto family :
          {mathematicsFunctions(), logicFunctions(), informationFunctions(), lookupFunctions(),
-          matrixFunctions(), arrayFunctions(), aggregateFunctions(), statisticsFunctions(),
+          lambdaFunctions(), matrixFunctions(), arrayFunctions(), aggregateFunctions(), statisticsFunctions(),
           distributionFunctions(), textFunctions(), dateFunctions(), financialFunctions(),
           securityFunctions(), databaseFunctions(), textFormFunctions(), engineeringFunctions()})
         for (const FunctionRow& row : family) all.push_back(&row);
@@ -130,6 +130,18 @@ std::optional<Failure> Call::numbers(int first, FunctionRef<void(double)> visito
 
 Value callOne(Call& call) { return finite(call.row().body.one(call.number(0))); }
 Value callTwo(Call& call) { return finite(call.row().body.two(call.number(0), call.number(1))); }
+
+bool takesCount(const FunctionRow& row, int count)
+{
+    const ParameterList& p = row.parameters;
+    if (count < p.required() || count > p.most()) return false;
+    const int group = p.repeating();
+    if (group <= 1 || count <= p.count) return true;
+    const bool mayStopInside = std::any_of(p.items.begin() + (p.count - group), p.items.begin() + p.count,
+                                           [](const Parameter& q) { return q.optional; });
+    // The value that SWITCH gives when nothing fits stands alone at the end.
+    return mayStopInside || (count - p.count) % group == 0 || row.name == "SWITCH";
+}
 
 std::span<const FunctionRow* const> allFunctions()
 {

@@ -32,6 +32,9 @@ enum class Take : std::uint8_t {
     Array,     // like Range, and the argument is evaluated element by element (as in an array formula)
     Reference, // a reference whose address alone counts: its cells are no precedents of the formula;
                // any other value as it is, failures included: what to do with it is the body's business
+    Function,  // a function (a LAMBDA, or one of this table by its name), evaluated like Array; any other
+              // value as it is: what to do with it is the body's business. Functions reach no other
+              // parameter.
 };
 
 struct Parameter {
@@ -51,6 +54,7 @@ constexpr Parameter any() { return {Take::Any}; }
 constexpr Parameter range() { return {Take::Range}; }
 constexpr Parameter array() { return {Take::Array}; }
 constexpr Parameter reference() { return {Take::Reference}; }
+constexpr Parameter function() { return {Take::Function}; }
 constexpr Parameter optional(Parameter p)
 {
     p.optional = true;
@@ -213,6 +217,9 @@ inline constexpr Body map2{&callTwo, f};
 /// The function of that name in upper case, or null.
 const FunctionRow* findFunction(std::string_view name);
 
+/// Whether a function may be called with so many arguments.
+bool takesCount(const FunctionRow& row, int count);
+
 /// All functions, sorted by name.
 std::span<const FunctionRow* const> allFunctions();
 
@@ -243,6 +250,7 @@ std::span<const FunctionRow> mathematicsFunctions();
 std::span<const FunctionRow> logicFunctions();
 std::span<const FunctionRow> informationFunctions();
 std::span<const FunctionRow> lookupFunctions();
+std::span<const FunctionRow> lambdaFunctions(); // LET, LAMBDA and what takes functions
 std::span<const FunctionRow> matrixFunctions();
 std::span<const FunctionRow> arrayFunctions();
 std::span<const FunctionRow> aggregateFunctions();    // SUM, COUNTIF, SUMPRODUCT and the like

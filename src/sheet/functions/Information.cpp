@@ -72,6 +72,7 @@ double typeCode(const Value& v)
     case Kind::Boolean: return 4;
     case Kind::Failure: return 16;
     case Kind::Array: return 64;
+    case Kind::Function: return 128;
     default: return 1;
     }
 }
@@ -249,10 +250,10 @@ constexpr FunctionRow rows[] = {
      "=SHEETS(A1)",
      "1"},
     {"TYPE",
-     {range()},
+     {function()},
      Trait::Pure,
      typeOf,
-     "kind of a value: 1 number, 2 text, 4 Boolean, 16 error, 64 array",
+     "kind of a value: 1 number, 2 text, 4 Boolean, 16 error, 64 array, 128 function",
      "=TYPE(\"a\")",
      "2"},
 };

@@ -41,6 +41,10 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     double now() override { return time; }
     double random() override;
     Value referenceFromText(std::string_view text, bool a1, const CellAddress& here) override;
+    Value apply(const Value& function, std::span<Value> arguments) override
+    {
+        return evaluator.apply(function, arguments);
+    }
     std::string sheetName(SheetIndex sheet) const override;
     std::optional<SheetIndex> findSheet(std::string_view name) const override;
     SheetIndex sheetCount() const override { return store.sheetCount(); }

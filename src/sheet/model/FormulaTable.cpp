@@ -28,6 +28,15 @@ bool namesTable(const Tree& tree, const Node& n, const std::vector<std::string>&
            });
 }
 
+/// Whether a tree holds names, also called ones.
+bool hasNames(const Tree& tree)
+{
+    return std::any_of(tree.nodes.begin(), tree.nodes.end(), [&](const Node& n) {
+        return n.kind == NodeKind::Name ||
+               (n.kind == NodeKind::Call && !findFunction(tree.texts[static_cast<std::size_t>(n.text)]));
+    });
+}
+
 } // namespace
 
 bool renameSheetIn(Tree& tree, std::string_view from, std::string_view to)
@@ -83,7 +92,7 @@ CodeId FormulaTable::intern(std::string_view text, const CellAddress& cell, bool
         return static_cast<CodeId>(codes_.size() - 1);
     }
     Tree& tree = std::get<Tree>(parsed);
-    if (has(tree, NodeKind::Name)) shared->sheet = cell.sheet;
+    if (hasNames(tree)) shared->sheet = cell.sheet;
     const bool structured = has(tree, NodeKind::Structured);
     if (structured) bindToTables(tree, cell, scope);
     shared->hash =

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -60,6 +61,9 @@ public:
     /// The reference that a text stands for (INDIRECT): A1 style when `a1`, else R1C1; names included.
     /// Failure::Ref when it stands for none.
     virtual Value referenceFromText(std::string_view text, bool a1, const CellAddress& here) = 0;
+    /// The result of a function value; Failure::Value when it does not take so many arguments. May be a
+    /// reference, an array or a function. The arguments may be changed.
+    virtual Value apply(const Value& /*function*/, std::span<Value> /*arguments*/) { return Failure::Value; }
     virtual std::string sheetName(SheetIndex sheet) const = 0;
     virtual std::optional<SheetIndex> findSheet(std::string_view name) const = 0;
     virtual SheetIndex sheetCount() const = 0;

@@ -109,12 +109,21 @@ Value Value::array(std::int32_t rows, std::int32_t cols, std::vector<Value> item
     return v;
 }
 
+Value Value::function(detail::FunctionData function)
+{
+    Value v;
+    v.payload_ = new detail::FunctionData(std::move(function));
+    v.kind_ = Kind::Function;
+    return v;
+}
+
 void Value::release() noexcept
 {
     if (payload_->references.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
     switch (kind_) {
     case Kind::Text: delete static_cast<detail::TextData*>(payload_); break;
     case Kind::Array: delete static_cast<detail::ArrayData*>(payload_); break;
+    case Kind::Function: delete static_cast<detail::FunctionData*>(payload_); break;
     default:
         if (spareGone) {
             delete static_cast<detail::ReferenceData*>(payload_);
@@ -141,6 +150,11 @@ const std::vector<Value>& Value::items() const
     return static_cast<const detail::ArrayData*>(payload_)->items;
 }
 
+const detail::FunctionData& Value::function() const
+{
+    return *static_cast<const detail::FunctionData*>(payload_);
+}
+
 bool operator==(const Value& a, const Value& b)
 {
     if (a.kind_ != b.kind_) return false;
@@ -152,6 +166,7 @@ bool operator==(const Value& a, const Value& b)
     case Kind::Text: return a.text() == b.text();
     case Kind::Array: return a.rows() == b.rows() && a.cols() == b.cols() && a.items() == b.items();
     case Kind::Reference: return a.areas() == b.areas();
+    case Kind::Function: return a.payload_ == b.payload_;
     }
     return false;
 }

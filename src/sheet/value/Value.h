@@ -1,10 +1,11 @@
 // sheet/value/Value.h - the small value that lives in the engine's cells and registers.
 //
-// Sixteen bytes: a number, Boolean or failure in place; text, array and reference behind a counted
+// Sixteen bytes: a number, Boolean or failure in place; text, array, reference and function behind a counted
 // pointer. Conversions between kinds are in format/Convert.h.
 #pragma once
 
 #include <atomic>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -52,9 +53,11 @@ std::string_view failureText(Failure f);
 /// The failure of that text (any letter case), or nothing.
 std::optional<Failure> parseFailure(std::string_view text);
 
-enum class Kind : std::uint8_t { Empty, Number, Boolean, Failure, Text, Array, Reference };
+enum class Kind : std::uint8_t { Empty, Number, Boolean, Failure, Text, Array, Reference, Function };
 
 class Value;
+struct Code;
+struct FunctionRow;
 
 namespace detail {
 struct Payload {
@@ -67,6 +70,7 @@ struct ArrayData;
 struct ReferenceData : Payload {
     std::vector<Area> areas;
 };
+struct FunctionData;
 } // namespace detail
 
 class Value {
@@ -83,6 +87,14 @@ public:
     static Value reference(std::vector<Area> areas);
     /// rows x cols values, row by row; both at least 1.
     static Value array(std::int32_t rows, std::int32_t cols, std::vector<Value> items);
+    static Value function(detail::FunctionData function);
+    /// An argument that a call left out: Empty, but ISOMITTED knows it.
+    static Value omitted()
+    {
+        Value v;
+        v.number_ = -0.0;
+        return v;
+    }
 
     Value(const Value& other) noexcept : number_(other.number_), kind_(other.kind_), failure_(other.failure_)
     {
@@ -124,6 +136,8 @@ public:
     bool isText() const { return kind_ == Kind::Text; }
     bool isArray() const { return kind_ == Kind::Array; }
     bool isReference() const { return kind_ == Kind::Reference; }
+    bool isFunction() const { return kind_ == Kind::Function; }
+    bool isOmitted() const { return kind_ == Kind::Empty && std::signbit(number_); }
     bool isScalar() const { return kind_ < Kind::Array; }
 
     // Each may be called on its own kind only.
@@ -139,6 +153,7 @@ public:
     std::int32_t cols() const;
     const Value& at(std::int32_t row, std::int32_t col) const; // of an array, from 0
     const std::vector<Value>& items() const;                   // of an array, row by row
+    const detail::FunctionData& function() const;
 
     /// Overwrites a Number in place; the caller knows that this value is one.
     void setNumber(double x) { number_ = x; }
@@ -164,6 +179,20 @@ namespace detail {
 struct ArrayData : Payload {
     std::int32_t rows = 0, cols = 0;
     std::vector<Value> items;
+};
+/// A function of the table (`row`), or a LAMBDA with the values that it took from around it. A LAMBDA lives
+/// no longer than the evaluation of the code that it belongs to.
+struct FunctionData : Payload {
+    FunctionData() = default;
+    FunctionData(FunctionData&& other) noexcept
+        : row(other.row), code(other.code), lambda(other.lambda), required(other.required), most(other.most),
+          captured(std::move(other.captured))
+    {}
+    const FunctionRow* row = nullptr;
+    const Code* code = nullptr;
+    std::uint32_t lambda = 0;   // which of the code's
+    int required = 0, most = 0; // arguments
+    std::vector<Value> captured;
 };
 } // namespace detail
 

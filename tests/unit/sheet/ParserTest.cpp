@@ -108,6 +108,8 @@ TEST(Parser, TellsNamesCellsFunctionsAndSheetsApart)
         {"=F()", "(call F)"},
         {"=F(,)", "(call F _ _)"},
         {"=LAMBDA(x,x+1)(3)", "(apply (call LAMBDA (name x) (+ (name x) (num 1))) (num 3))"},
+        {"=LAMBDA(_xlpm.x,_xlop.y1,1)", "(call LAMBDA (name x) (name y1) (num 1))"},
+        {"=MAP(A1,_xleta.SUM)", "(call MAP (ref 0) (name SUM))"},
         {"=Table1[Col 1]", "(table Table1 Col 1)"},
         {"=T[[#This Row],[a]]", "(table T [#This Row],[a])"},
         {"=[@Col]*2", "(* (table @Col) (num 2))"},
@@ -184,6 +186,7 @@ TEST(Parser, PrintsWhatItReads)
         "=\"\"\"\"&#N/A",
         "=[1]S!A1:B2+[1]!n",
         "=F()<>TRUE",
+        "=LAMBDA(x,[y],[y]+y)(1)",
         "=((1))+(A1)-(-(2))",
         "=(SUM((A1)))",
     };

@@ -1,7 +1,7 @@
 // tests/unit/sheet/ScriptTest.cpp - runs the text scripts of tests/sheet/.
 //
 //   sheet Name           makes the sheet when there is none; later lines mean its cells
-//   name rate =Sheet1!A1 defines a name
+//   name rate =Sheet1!A1 defines a name; "name Sheet1!rate" one of that sheet
 //   cell A1  2.5         content as a user types it
 //   array A1:B2 =...     an array formula over a block
 //   table T A1:C5 1      a table with one row of totals; its header row has the names of the columns
@@ -59,7 +59,13 @@ private:
             sheet_ = known ? *known : book_.addSheet(std::string(rest));
         } else if (verb == "name") {
             const std::string name = word(rest);
-            book_.defineName(name, std::nullopt, std::string(rest.substr(1)));
+            const std::size_t mark = name.find('!');
+            if (mark == std::string::npos) {
+                book_.defineName(name, std::nullopt, std::string(rest.substr(1)));
+            } else {
+                book_.defineName(name.substr(mark + 1), book_.findSheet(name.substr(0, mark)),
+                                 std::string(rest.substr(1)));
+            }
         } else if (verb == "cell") {
             const std::string cell = word(rest);
             book_.setContent(at(cell, sheet_), rest);
