@@ -53,7 +53,8 @@ Variant toVariant(const sheet::Value& value)
     case sheet::Kind::Failure: return errorValue(value.failure());
     case sheet::Kind::Text: return value.text();
     case sheet::Kind::Array: return arrayVariant(value);
-    case sheet::Kind::Reference: return errorValue(Failure::Value); // cells never hold one
+    case sheet::Kind::Reference:
+    case sheet::Kind::Function: return errorValue(Failure::Value); // cells never hold one
     }
     return {};
 }

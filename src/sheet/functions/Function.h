@@ -33,8 +33,8 @@ enum class Take : std::uint8_t {
     Reference, // a reference whose address alone counts: its cells are no precedents of the formula;
                // any other value as it is, failures included: what to do with it is the body's business
     Function,  // a function (a LAMBDA, or one of this table by its name), evaluated like Array; any other
-              // value as it is: what to do with it is the body's business. Functions reach no other
-              // parameter.
+               // value as it is: what to do with it is the body's business. Functions reach no other
+               // parameter.
 };
 
 struct Parameter {

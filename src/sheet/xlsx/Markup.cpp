@@ -8,6 +8,7 @@
 
 #include "sheet/format/Convert.h"
 #include "sheet/formula/Lexical.h"
+#include "sheet/xlsx/Prefixes.h"
 
 namespace varnex3::sheet::xlsx {
 
@@ -255,8 +256,10 @@ void appendCellName(std::string& out, std::int32_t row, std::int32_t col)
     out.append(digits.data(), end);
 }
 
-std::string fileFormula(std::string_view formula)
+std::string fileFormula(std::string_view text)
 {
+    const std::string marked = withNamePrefixes(text);
+    std::string_view formula = marked;
     if (formula.starts_with('=')) formula.remove_prefix(1);
     std::string result;
     for (std::size_t i = 0; i < formula.size();) {

@@ -10,7 +10,9 @@
 
 #include <zip.h>
 
+#include "sheet/formula/Parser.h"
 #include "sheet/model/Book.h"
+#include "sheet/xlsx/Markup.h"
 #include "sheet/xlsx/Writer.h"
 #include "unit/xlsx/Packages.h"
 
@@ -318,6 +320,28 @@ TEST_F(Writer, RefusesWhatItCannotSaveAndLeavesTheTargetAlone)
 }
 
 /// A new book with a large sheet, as its CSV shows it in another program.
+// How files mark newer functions and bound names: as the program that the format comes from writes them.
+TEST(FileFormula, MarksWhatLetAndLambdaBind)
+{
+    const std::pair<const char*, const char*> cases[] = {
+        {"=LET(x,1,y,x+rate,x*y)", "_xlfn.LET(_xlpm.x,1,_xlpm.y,_xlpm.x+rate,_xlpm.x*_xlpm.y)"},
+        {"=LET(x,x,x)+x", "_xlfn.LET(_xlpm.x,x,_xlpm.x)+x"},
+        {"=LAMBDA(x,[y],IF(ISOMITTED(y),x,x+y))(1)",
+         "_xlfn.LAMBDA(_xlpm.x,_xlop.y,IF(_xlfn.ISOMITTED(_xlpm.y),_xlpm.x,_xlpm.x+_xlpm.y))(1)"},
+        {"=LET(f,LAMBDA(t,t*3),f(2))", "_xlfn.LET(_xlpm.f,_xlfn.LAMBDA(_xlpm.t,_xlpm.t*3),_xlpm.f(2))"},
+        {"=LET(rank,RANK(A1,A1:A3),rank)", "_xlfn.LET(_xlpm.rank,RANK(A1,A1:A3),_xlpm.rank)"},
+        {"=BYROW(A1:C3,SUM)", "_xlfn.BYROW(A1:C3,_xleta.SUM)"},
+        {"=MAP(A1:A3,MYFUNCTION)", "_xlfn.MAP(A1:A3,MYFUNCTION)"},
+        {"=FACTORIAL(\"LET(x\")", "FACTORIAL(\"LET(x\")"},
+        {"=_xlpm.x1+1", "_xlpm.x1+1"},
+    };
+    for (const auto& [text, want] : cases) {
+        EXPECT_EQ(xlsx::fileFormula(text), want);
+        const CellAddress here{0, 4, 2};
+        EXPECT_EQ(std::get<Tree>(parseFormula(want, here)), std::get<Tree>(parseFormula(text, here))) << text;
+    }
+}
+
 TEST_F(Writer, NewBooksOpenInAnotherProgram)
 {
     constexpr std::int32_t kRows = 3000, kCols = 40;
