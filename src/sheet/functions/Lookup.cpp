@@ -376,7 +376,8 @@ Value address(Call& call)
         return Failure::Value;
     const auto r = std::to_string(static_cast<int>(row)), c = std::to_string(static_cast<int>(col));
     const auto relative = [](const std::string& n) { return n == "0" ? std::string() : "[" + n + "]"; };
-    const std::string prefix = call.given(4) ? quotedSheetName(call.text(4)) + "!" : std::string();
+    const std::string sheet = call.text(4).empty() ? std::string() : quotedSheetName(call.text(4));
+    const std::string prefix = call.given(4) ? sheet + "!" : std::string();
     if (!a1) return prefix + "R" + (fixedRow ? r : relative(r)) + "C" + (fixedCol ? c : relative(c));
     return prefix + (fixedCol ? "$" : "") + columnLetters(col) + (fixedRow ? "$" : "") + r;
 }

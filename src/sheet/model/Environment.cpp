@@ -1,62 +1,27 @@
 // sheet/model/Environment.cpp - the book as evaluations see it.
-#include <charconv>
 #include <chrono>
 #include <ctime>
 #include <random>
 
 #include "sheet/format/Convert.h"
 #include "sheet/formula/Parser.h"
+#include "sheet/formula/R1C1.h"
 #include "sheet/model/BookImpl.h"
 
 namespace varnex3::sheet {
 namespace {
 
-/// "R3C4", "R[-1]C", "R2C1:R5C3" and so on; nothing for any other text.
-class R1C1 {
-public:
-    R1C1(std::string_view text, const CellAddress& here) : text_(text), here_(here) {}
-
-    std::optional<Area> area()
-    {
-        Area area;
-        area.sheet = here_.sheet;
-        if (!cell(area.row0, area.col0)) return std::nullopt;
-        area.row1 = area.row0;
-        area.col1 = area.col0;
-        if (text_.starts_with(':')) {
-            text_.remove_prefix(1);
-            if (!cell(area.row1, area.col1)) return std::nullopt;
-            if (area.row0 > area.row1) std::swap(area.row0, area.row1);
-            if (area.col0 > area.col1) std::swap(area.col0, area.col1);
-        }
-        if (!text_.empty()) return std::nullopt;
-        return area;
+/// A sheet's name without the quotes around it.
+std::string unquoted(std::string_view name)
+{
+    if (name.size() < 2 || name.front() != '\'' || name.back() != '\'') return std::string(name);
+    std::string plain;
+    for (std::size_t i = 1; i + 1 < name.size(); ++i) {
+        plain += name[i];
+        if (name[i] == '\'' && name[i + 1] == '\'') ++i; // doubled
     }
-
-private:
-    bool cell(std::int32_t& row, std::int32_t& col)
-    {
-        return coordinate('R', here_.row, kMaxRows, row) && coordinate('C', here_.col, kMaxColumns, col);
-    }
-    bool coordinate(char letter, std::int32_t own, std::int32_t limit, std::int32_t& result)
-    {
-        if (text_.empty() || (text_[0] & ~0x20) != letter) return false;
-        text_.remove_prefix(1);
-        const bool relative = text_.starts_with('[');
-        if (relative) text_.remove_prefix(1);
-        std::int32_t n = 0;
-        const auto [end, error] = std::from_chars(text_.data(), text_.data() + text_.size(), n);
-        const bool written = error == std::errc();
-        if (written) text_.remove_prefix(static_cast<std::size_t>(end - text_.data()));
-        if (relative && (!written || !text_.starts_with(']'))) return false;
-        if (relative) text_.remove_prefix(1);
-        result = relative || !written ? own + n : n - 1;
-        return result >= 0 && result < limit;
-    }
-
-    std::string_view text_;
-    const CellAddress& here_;
-};
+    return plain;
+}
 
 } // namespace
 
@@ -116,16 +81,15 @@ Value Book::Impl::referenceFromText(std::string_view text, bool a1, const CellAd
 {
     if (!a1) {
         CellAddress seen = here;
+        std::string_view cells = text;
         if (const std::size_t mark = text.rfind('!'); mark != std::string_view::npos) {
-            std::string sheet(text.substr(0, mark));
-            if (sheet.size() > 2 && sheet.front() == '\'') sheet = sheet.substr(1, sheet.size() - 2);
-            const auto found = findSheet(sheet);
+            const auto found = findSheet(unquoted(text.substr(0, mark)));
             if (!found) return Failure::Ref;
             seen.sheet = *found;
-            text.remove_prefix(mark + 1);
+            cells.remove_prefix(mark + 1);
         }
-        const auto area = R1C1(text, seen).area();
-        return area ? Value(*area) : Value(Failure::Ref);
+        if (const auto area = parseR1C1(cells, seen)) return Value(*area);
+        if (parseA1(cells)) return Failure::Ref; // the other notation; what is left may be a name
     }
     if (text.empty() || text.front() == '=') return Failure::Ref;
     const ParseResult parsed = parseFormula(text, here);
@@ -135,6 +99,7 @@ Value Book::Impl::referenceFromText(std::string_view text, bool a1, const CellAd
     if (kind != NodeKind::Reference && kind != NodeKind::Name && kind != NodeKind::RangeOperator &&
         kind != NodeKind::Structured)
         return Failure::Ref;
+    if (tree->root().parentheses > 0) return Failure::Ref;
     if (const auto area = areaOf(*tree, here.sheet, 0)) {
         // Relative coordinates were counted from `here`; areaOf sees them from A1.
         const Node& n = tree->root();
