@@ -236,19 +236,19 @@ void Compiler::operation(Operator op, bool final)
     }
 }
 
-/// One place for first:last when both ends are plain references of one sheet.
+/// One place for first:last when both ends are cells of one sheet.
 std::optional<Place> Compiler::spanned(const Tree& tree, const Node& n)
 {
     const Node& a = tree.child(n, 0);
     const Node& b = tree.child(n, 1);
-    if (a.kind != NodeKind::Reference || b.kind != NodeKind::Reference || a.extent > Extent::Area ||
-        b.extent > Extent::Area)
+    if (a.kind != NodeKind::Reference || b.kind != NodeKind::Reference || a.extent != Extent::Cell ||
+        b.extent != Extent::Cell)
         return std::nullopt;
     auto first = placeOf(tree, a);
     const auto second = placeOf(tree, b);
     if (!first || !second || first->lastSheet >= 0 || second->lastSheet >= 0) return std::nullopt;
     if (second->sheet >= 0 && second->sheet != first->sheet) return std::nullopt;
-    first->last = b.extent == Extent::Cell ? second->first : second->last;
+    first->last = second->first;
     first->extent = Extent::Area;
     return first;
 }
@@ -312,6 +312,10 @@ void Compiler::rowCall(const Tree& tree, const Node& n, Mode mode, const Functio
         const Take take = row->parameters.of(static_cast<int>(i)).take;
         plainNumbers = plainNumbers && take <= Take::Boolean;
         if (child.kind == NodeKind::Missing && i < 64) site.missing |= std::uint64_t{1} << i;
+        if (i == 2 && (name == "SUMIF" || name == "AVERAGEIF")) {
+            sumRange(tree, n, mode);
+            continue;
+        }
         switch (take) {
         case Take::Range: node(tree, child, mode.range()); break;
         case Take::Array:
@@ -333,6 +337,100 @@ void Compiler::rowCall(const Tree& tree, const Node& n, Mode mode, const Functio
     code_.calls.push_back(site);
     emit(Op::Call, static_cast<std::uint32_t>(code_.calls.size() - 1));
     if (has(row->traits, Trait::GivesRange) || has(row->traits, Trait::Dynamic)) delivered(mode);
+}
+
+/// The place that a reference, or a name for one, stands for.
+std::optional<Place> Compiler::plainPlace(const Tree& tree, const Node& n)
+{
+    if (n.kind == NodeKind::Reference) {
+        const auto p = placeOf(tree, n);
+        return p && p->lastSheet < 0 ? p : std::nullopt;
+    }
+    if (n.kind == NodeKind::Structured) {
+        const auto found = structuredPlace(tree, n, scope_);
+        const Place* p = std::get_if<Place>(&found);
+        return p != nullptr ? std::optional(*p) : std::nullopt;
+    }
+    constexpr int kDeepest = 64;
+    if (n.kind != NodeKind::Name || context_.nameDepth >= kDeepest) return std::nullopt;
+    const Tree* behind = nullptr;
+    const Node* meant = nullptr;
+    Context inside = context_;
+    const Binding* binding = n.sheet < 0 ? find(tree.texts[static_cast<std::size_t>(n.text)]) : nullptr;
+    if (binding != nullptr) {
+        if (binding->how != Binding::How::Node) return std::nullopt;
+        behind = binding->tree;
+        meant = binding->node;
+        inside = binding->around;
+    } else {
+        SheetIndex sheet = 0;
+        behind = meaningOf(tree, n, sheet);
+        if (behind == nullptr) return std::nullopt;
+        meant = &behind->root();
+        inside = {nullptr, context_.nameDepth + 1, sheet};
+    }
+    const Context before = std::exchange(context_, inside);
+    const auto p = plainPlace(*behind, *meant);
+    context_ = before;
+    return p;
+}
+
+namespace {
+
+/// The rows or the columns of a place.
+struct Line {
+    std::int32_t first, last;
+    bool firstAbsolute, lastAbsolute;
+};
+Line rowsOf(const Place& p)
+{
+    const CellRef& end = p.extent == Extent::Cell ? p.first : p.last;
+    return {p.first.row, end.row, p.first.rowAbsolute, end.rowAbsolute};
+}
+Line colsOf(const Place& p)
+{
+    const CellRef& end = p.extent == Extent::Cell ? p.first : p.last;
+    return {p.first.col, end.col, p.first.colAbsolute, end.colAbsolute};
+}
+
+/// A line from the first cell of `at` on, as long as `like`; nothing where that depends on the cell from
+/// which they are seen.
+std::optional<Line> sized(Line at, const Line& like, std::int32_t limit)
+{
+    if (at.firstAbsolute == like.firstAbsolute && at.lastAbsolute == like.lastAbsolute &&
+        at.last - at.first == like.last - like.first)
+        return at;
+    if (at.firstAbsolute != at.lastAbsolute || like.firstAbsolute != like.lastAbsolute) return std::nullopt;
+    at.first = std::min(at.first, at.last);
+    at.last = at.first + std::abs(like.last - like.first);
+    if (at.lastAbsolute) at.last = std::min(at.last, limit - 1);
+    return at;
+}
+
+/// `p` from its upper left cell on in the size of `like`.
+std::optional<Place> sized(Place p, const Place& like)
+{
+    const auto rows = sized(rowsOf(p), rowsOf(like), kMaxRows),
+               cols = sized(colsOf(p), colsOf(like), kMaxColumns);
+    if (!rows || !cols) return std::nullopt;
+    p.first = {rows->first, cols->first, rows->firstAbsolute, cols->firstAbsolute};
+    p.last = {rows->last, cols->last, rows->lastAbsolute, cols->lastAbsolute};
+    p.extent = Extent::Area;
+    return p;
+}
+
+} // namespace
+
+/// The cells that SUMIF and AVERAGEIF take: from the upper left cell of the third argument on, as many as the
+/// first has, more or fewer than are written. No other cell is read.
+void Compiler::sumRange(const Tree& tree, const Node& n, Mode mode)
+{
+    const Node& written = tree.child(n, 2);
+    const auto tested = plainPlace(tree, tree.child(n, 0)), summed = plainPlace(tree, written);
+    const auto p = tested && summed ? sized(*summed, *tested) : std::nullopt;
+    if (p) return place(*p, mode.range());
+    code_.isDynamic = code_.isDynamic || written.kind != NodeKind::Array; // which cells is known only then
+    node(tree, written, mode.range());
 }
 
 bool Compiler::lazyCall(const Tree& tree, const Node& n, Mode mode, std::string_view name)

@@ -102,6 +102,8 @@ private:
     void chooseCall(const Tree& tree, const Node& n, Mode mode);
     void switchCall(const Tree& tree, const Node& n, Mode mode);
     void switchArray(const Tree& tree, const Node& n, Mode mode, Index first);
+    std::optional<Place> plainPlace(const Tree& tree, const Node& n);
+    void sumRange(const Tree& tree, const Node& n, Mode mode);
     void rowCall(const Tree& tree, const Node& n, Mode mode, const FunctionRow& row);
 
     // Names of LET and LAMBDA, functions as values (Lambdas.cpp)
