@@ -1,6 +1,7 @@
 // sheet/compile/Typing.cpp - from stack code to three-address instructions over numbers.
 #include "sheet/compile/Typing.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string_view>
 
@@ -81,6 +82,7 @@ private:
     const Code& code_;
     TypedTemplate typed_;
     std::vector<Entry> stack_;
+    std::vector<Entry> locals_; // what the names of LET stand for
     std::vector<Branch> branches_;
     std::size_t barrier_ = 0;
 };
@@ -160,6 +162,18 @@ bool Typist::instruction(const Instruction& in)
     }
     case Op::IfThen: return ifThen();
     case Op::IfEnd: return ifEnd();
+    case Op::SetLocal:
+        locals_.resize(std::max(locals_.size(), std::size_t{in.operand} + 1));
+        locals_[in.operand] = pop();
+        label(); // no later step may take in the one whose result has a name
+        return true;
+    case Op::Local: {
+        Entry e = locals_[in.operand];
+        // Each use says by itself what kinds it takes.
+        if (e.operand.from == From::Place) e.operand = read(typed_.readings[e.operand.index].place, false);
+        stack_.push_back(e);
+        return true;
+    }
     default: return false;
     }
 }

@@ -117,7 +117,7 @@ std::string randomFormula(std::mt19937& draw, int r, int c, bool circles)
     const auto pick = [&](int n) { return static_cast<int>(draw() % static_cast<unsigned>(n)); };
     const auto cell = [&] { return a1Text(CellAddress{0, pick(std::max(1, r)), pick(6)}); };
     const auto own = a1Text(CellAddress{0, r, c});
-    switch (pick(18)) {
+    switch (pick(22)) {
     case 0: return "=" + cell() + "+" + cell() + "*" + cell();
     case 1: return "=0.5*" + cell() + "-0.25*" + cell();
     case 2: return "=" + cell() + "/" + cell();
@@ -138,6 +138,11 @@ std::string randomFormula(std::mt19937& draw, int r, int c, bool circles)
     case 14: return "=IF(" + cell() + "," + (circles ? own : cell()) + "+0," + cell() + ")";
     case 15: return "=(" + cell() + "-" + cell() + ")^2*-1";
     case 16: return "=-" + cell() + "%+SUMSQ(" + cell() + "," + cell() + ")";
+    case 17:
+        return "=LET(x," + cell() + "*" + cell() + ",y,x-" + cell() + ",IF(x>" + cell() + ",y+x*x,x*y-x))";
+    case 18: return "=LAMBDA(a,b,a*b-a)(" + cell() + "+1,LET(t," + cell() + ",t+t))";
+    case 19: return "=REDUCE(" + cell() + ",A1:B3,LAMBDA(a,x,a+x))";
+    case 20: return "=SUMIF(A1:A3,\">0\"," + cell() + ":B2)";
     default:
         return (circles ? "=COUNT(B:B)+AVERAGE(A1:A3," : "=COUNT(B1:B3)+AVERAGE(A1:A3,") + cell() + ")-" +
                cell();
