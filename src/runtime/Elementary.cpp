@@ -469,6 +469,15 @@ double asinh(double x)
     return std::copysign(log1pOf(above + size).value(), x);
 }
 
+double acosh(double x)
+{
+    if (!(x >= 1.0)) return kNaN;
+    if (x == kInfinity) return x;
+    if (x > 0x1p30) return (logOf(x) + kLn2).value();
+    const Pair above = sum(x, -1.0); // x - 1, and with it the sum of it and sqrt(x^2 - 1)
+    return log1pOf(above + squareRoot(above * sum(x, 1.0))).value();
+}
+
 double erfc(double x)
 {
     if (x != x) return x;

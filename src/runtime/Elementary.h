@@ -20,6 +20,7 @@ double cbrt(double x);
 double sinh(double x);
 double cosh(double x);
 double asinh(double x);
+double acosh(double x);
 double erfc(double x);
 
 // Angles of up to a million radians; a larger one answers NaN.

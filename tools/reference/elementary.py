@@ -4,7 +4,7 @@
 Prints tests/unit/runtime/ElementaryReference.inc: function, arguments, result.
 """
 import random
-from mpmath import mp, mpf, exp, expm1, log, cbrt, sinh, cosh, asinh, erfc, sin, cos, asin, acos, power
+from mpmath import mp, mpf, exp, expm1, log, cbrt, sinh, cosh, asinh, acosh, erfc, sin, cos, asin, acos, power
 
 mp.dps = 60
 random.seed(1)
@@ -17,6 +17,7 @@ FUNCTIONS = [  # name, function, ranges of which each gives random arguments
     ("sinh", sinh, [(-3, 3), (-700, 700), (-1e-3, 1e-3)]),
     ("cosh", cosh, [(-3, 3), (-700, 700)]),
     ("asinh", asinh, [(-3, 3), (-1e-3, 1e-3), (1e9, 1e300)]),
+    ("acosh", acosh, [(1, 1.01), (1, 9), (1e9, 1e300)]),
     ("erfc", erfc, [(-6, -0.5), (-0.5, 0.5), (0.5, 3), (3, 26)]),
     ("sin", sin, [(-7, 7), (-1e6, 1e6)]),
     ("cos", cos, [(-7, 7), (-1e6, 1e6)]),

@@ -198,7 +198,7 @@ Johnson fitSU(const Shape& target)
     const double w = skew2 == 0.0 ? symmetric : rootBetween(skewError, lowest * (1.0 + 1e-15), symmetric);
     const double C = skew2 == 0.0 ? 1.0 : coshOf(w);
     const double delta = 1.0 / std::sqrt(elementary::log(w));
-    const double omega = std::copysign(0.5 * std::acosh(C), -target.skewness);
+    const double omega = std::copysign(0.5 * elementary::acosh(C), -target.skewness);
     const double lambda = target.stdev / std::sqrt(0.5 * (w - 1.0) * (w * C + 1.0));
     return {kSU, omega * delta, delta, target.mean + lambda * std::sqrt(w) * elementary::sinh(omega), lambda};
 }
