@@ -95,7 +95,7 @@ std::optional<Place> Compiler::placeOf(const Tree& tree, const Node& n)
         if (!found) code_.unresolved = true;
         return found;
     };
-    if (n.sheet >= 0) {
+    if (n.sheet >= 0 && !tree.texts[static_cast<std::size_t>(n.sheet)].empty()) {
         const auto first = sheet(n.sheet);
         if (!first) return std::nullopt;
         p.sheet = *first;

@@ -430,7 +430,15 @@ Value Evaluator::apply(const Value& function, std::span<Value> arguments)
     const int count = static_cast<int>(arguments.size());
     if (count < f.required || count > f.most) return Failure::Value;
     if (f.row != nullptr && !takesCount(*f.row, count)) return Failure::Value;
-    if (f.code != nullptr) return call(*f.code, f.code->lambdas[f.lambda], arguments, f.captured);
+    if (f.code != nullptr) {
+        // Functions of the table may stand between one call and the next, and take more of the machine's
+        // stack.
+        constexpr std::size_t kWeight = 3;
+        depth_ += kWeight - 1;
+        Value result = call(*f.code, f.code->lambdas[f.lambda], arguments, f.captured);
+        depth_ -= kWeight - 1;
+        return result;
+    }
     CallSite site{f.row, static_cast<std::uint32_t>(count), 0};
     for (int i = 0; i < count; ++i) {
         Value& argument = arguments[static_cast<std::size_t>(i)];

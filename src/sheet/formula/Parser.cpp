@@ -294,7 +294,8 @@ private:
     bool referenceStartsHere() const
     {
         const char c = peek();
-        if (isNameStart(c) || c == '$' || c == '\'' || c == '[' || c == '(' || c == '#') return true;
+        if (isNameStart(c) || c == '$' || c == '\'' || c == '[' || c == '(' || c == '#' || c == '!')
+            return true;
         return isDigit(c) && scanReference(text_, at_);
     }
 
@@ -368,6 +369,7 @@ private:
         if (c == '{') return parseArray();
         if (c == '#') return parseFailureLiteral();
         if (c == '\'') return parseQuotedSheet();
+        if (c == '!') return parseOwnSheet();
         if (c == '[') return parseBracket();
         if (isNameStart(c)) return parseWord();
         if (c == '$' || isDigit(c) || c == '.') {
@@ -615,6 +617,17 @@ private:
         node.sheet = addText(sheet);
         at_ = end;
         return add(node);
+    }
+
+    /// "!A1" in a name: a cell of whatever sheet uses the name; its sheet is the empty text.
+    Index parseOwnSheet()
+    {
+        ++at_;
+        const auto reference = scanReference(text_, at_);
+        if (!reference) return fail("A reference is expected behind \"!\"");
+        const Index i = addReference(*reference, {}, {});
+        tree_.nodes[i].sheet = addText({});
+        return i;
     }
 
     Index parseQuotedSheet()

@@ -159,6 +159,7 @@ private:
     {
         if (node.sheet < 0) return "";
         const std::string& first = text(node.sheet);
+        if (first.empty()) return "!";
         if (node.lastSheet < 0) return quotedSheetName(first) + "!";
         const std::string& last = text(node.lastSheet);
         const std::string quotedFirst = quotedSheetName(first), quotedLast = quotedSheetName(last);

@@ -187,6 +187,7 @@ TEST(Parser, PrintsWhatItReads)
         "=[1]S!A1:B2+[1]!n",
         "=F()<>TRUE",
         "=LAMBDA(x,[y],[y]+y)(1)",
+        "=SUM(!$A$1:B2,x:!A1,A1 !B1)",
         "=((1))+(A1)-(-(2))",
         "=(SUM((A1)))",
     };
