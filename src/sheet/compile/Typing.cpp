@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <string_view>
 
 namespace varnex3::sheet {
@@ -36,6 +37,19 @@ private:
     bool fold(const CallSite& site, TypedOp run, double start, TypedOp joining);
     bool average(const CallSite& site);
     bool extreme(const CallSite& site, TypedOp run);
+    Operand sumOf(const CallSite& site, TypedOp run, double start, TypedOp joining, Operand from = {});
+    bool statistic(const CallSite& site, double less, bool root);
+    bool products(const CallSite& site);
+    bool lookUp(const CallSite& site, bool rowwise);
+    bool match(const CallSite& site);
+    bool index(const CallSite& site);
+    Operand count(const CallSite& site, double less, double fewest);
+    std::optional<double> constantAt(std::size_t position) const;
+    void drop(std::size_t arguments, Operand result)
+    {
+        stack_.resize(stack_.size() - arguments);
+        push(result);
+    }
     bool connective(const CallSite& site, TypedOp op);
     void binary(TypedOp op, Kind kind);
     void sum(bool minus, bool final);
@@ -120,6 +134,7 @@ bool Typist::instruction(const Instruction& in)
         if (code_.places[in.operand].lastSheet >= 0) return false;
         stack_.push_back({{From::Nothing, in.operand}, Kind::Number, true});
         return true;
+    case Op::Intersect: return !stack_.back().isArea; // a number already
     case Op::Unary: {
         const Entry a = pop();
         switch (static_cast<Operator>(in.detail)) {
@@ -274,7 +289,23 @@ bool Typist::call(const CallSite& site)
 {
     const FunctionRow& row = *site.row;
     const std::string_view name = row.name;
+    if (name == "INDEX") return index(site);
     if (row.traits != Trait::Pure || site.count == 0) return false;
+    if (name == "AVERAGE") return average(site);
+    if (name == "COUNT") {
+        // The sum shows when one of the cells is no number after all.
+        const Operand total = sumOf(site, TypedOp::SumRun, 0.0, TypedOp::Add);
+        drop(site.count, emit(TypedOp::AddProduct, count(site, 0.0, 0.0), total, constant(0.0)).d);
+        return true;
+    }
+    if (name == "VAR" || name == "VAR.S") return statistic(site, 1.0, false);
+    if (name == "VARP" || name == "VAR.P") return statistic(site, 0.0, false);
+    if (name == "STDEV" || name == "STDEV.S") return statistic(site, 1.0, true);
+    if (name == "STDEVP" || name == "STDEV.P") return statistic(site, 0.0, true);
+    if (name == "SUMPRODUCT") return products(site);
+    if (name == "VLOOKUP") return lookUp(site, false);
+    if (name == "HLOOKUP") return lookUp(site, true);
+    if (name == "MATCH") return match(site);
     if (name == "SUM") return fold(site, TypedOp::SumRun, 0.0, TypedOp::Add);
     if (name == "SUMSQ") return fold(site, TypedOp::SumSquaresRun, 0.0, TypedOp::AddProduct);
     if (name == "MIN") return extreme(site, TypedOp::LeastRun);
@@ -307,23 +338,144 @@ bool Typist::call(const CallSite& site)
     return false;
 }
 
-/// SUM and its like: the arguments in order, each joined to what came before.
-bool Typist::fold(const CallSite& site, TypedOp run, double start, TypedOp joining)
+/// The arguments in order, each joined to what came before.
+Operand Typist::sumOf(const CallSite& site, TypedOp run, double start, TypedOp joining, Operand from)
 {
-    const std::size_t first = stack_.size() - site.count;
     Operand total = constant(start);
-    for (std::size_t i = first; i < stack_.size(); ++i) {
+    for (std::size_t i = stack_.size() - site.count; i < stack_.size(); ++i) {
         const Entry& e = stack_[i];
         if (e.isArea) {
-            total = emit(run, read(e.operand.index, true), total).d;
+            total = emit(run, read(e.operand.index, true), total, {}, from).d;
         } else if (joining == TypedOp::AddProduct) {
             total = emit(joining, total, arithmetic(e), arithmetic(e)).d;
+        } else if (joining == run) {
+            total = emit(run, arithmetic(e), total, {}, from).d; // a run of one
         } else {
             total = emit(joining, total, arithmetic(e)).d;
         }
     }
-    stack_.resize(first);
-    push(total);
+    return total;
+}
+
+/// SUM and its like.
+bool Typist::fold(const CallSite& site, TypedOp run, double start, TypedOp joining)
+{
+    drop(site.count, sumOf(site, run, start, joining));
+    return true;
+}
+
+/// How many numbers the arguments hold, less something.
+Operand Typist::count(const CallSite& site, double less, double fewest)
+{
+    TypedTemplate::Count counted;
+    counted.more = -less;
+    counted.fewest = fewest;
+    for (std::size_t i = stack_.size() - site.count; i < stack_.size(); ++i) {
+        if (stack_[i].isArea) {
+            counted.readings.push_back(read(stack_[i].operand.index, true).index);
+        } else {
+            counted.more += 1.0;
+        }
+    }
+    typed_.counts.push_back(std::move(counted));
+    return {From::Count, static_cast<std::uint32_t>(typed_.counts.size() - 1)};
+}
+
+bool Typist::average(const CallSite& site)
+{
+    const Operand total = sumOf(site, TypedOp::SumRun, 0.0, TypedOp::Add);
+    drop(site.count, emit(TypedOp::Divide, total, count(site, 0.0, 1.0)).d);
+    return true;
+}
+
+/// The mean squared distance from the mean, or its root.
+bool Typist::statistic(const CallSite& site, double less, bool root)
+{
+    const Operand total = sumOf(site, TypedOp::SumRun, 0.0, TypedOp::Add);
+    const Operand mean = emit(TypedOp::Divide, total, count(site, 0.0, 1.0)).d;
+    const Operand squares = sumOf(site, TypedOp::DeviationsRun, 0.0, TypedOp::DeviationsRun, mean);
+    Operand result = emit(TypedOp::Divide, squares, count(site, less, 1.0)).d;
+    if (root) result = emit(TypedOp::SquareRoot, result).d;
+    drop(site.count, result);
+    return true;
+}
+
+bool Typist::products(const CallSite& site)
+{
+    const Entry second = stack_.back(), first = stack_[stack_.size() - site.count];
+    if (site.count != 2 || !first.isArea || !second.isArea) return false;
+    const Operand x = read(first.operand.index, true), y = read(second.operand.index, true);
+    typed_.readings[x.index].isPlain = typed_.readings[y.index].isPlain = true;
+    drop(2, emit(TypedOp::ProductsRun, x, constant(0.0), {}, y).d);
+    return true;
+}
+
+std::optional<double> Typist::constantAt(std::size_t position) const
+{
+    const Entry& e = stack_[position];
+    if (e.isArea || e.operand.from != From::Constant) return std::nullopt;
+    return typed_.constants[e.operand.index];
+}
+
+/// VLOOKUP and HLOOKUP of a number in a table of constant numbers.
+bool Typist::lookUp(const CallSite& site, bool rowwise)
+{
+    const std::size_t first = stack_.size() - site.count;
+    if (site.missing != 0 || stack_[first].isArea || stack_[first].kind != Kind::Number ||
+        !stack_[first + 1].isArea)
+        return false;
+    const auto line = constantAt(first + 2);
+    const auto sorted = site.count > 3 ? constantAt(first + 3) : std::optional(1.0);
+    if (!line || !sorted || !(*line >= 1.0 && *line <= kMaxColumns)) return false;
+    TypedTemplate::Table table;
+    table.how = *sorted != 0.0 ? TypedTable::How::Ascending : TypedTable::How::Exact;
+    table.keys = stack_[first + 1].operand.index;
+    table.line = static_cast<std::int32_t>(*line);
+    table.rowwise = rowwise;
+    typed_.tables.push_back(table);
+    Step& step = emit(TypedOp::Find, stack_[first].operand);
+    step.table = static_cast<std::uint32_t>(typed_.tables.size() - 1);
+    drop(site.count, step.d);
+    return true;
+}
+
+bool Typist::match(const CallSite& site)
+{
+    const std::size_t first = stack_.size() - site.count;
+    if (site.missing != 0 || stack_[first].isArea || stack_[first].kind != Kind::Number ||
+        !stack_[first + 1].isArea)
+        return false;
+    const auto type = site.count > 2 ? constantAt(first + 2) : std::optional(1.0);
+    if (!type) return false;
+    TypedTemplate::Table table;
+    table.how = *type == 0.0  ? TypedTable::How::Exact
+                : *type > 0.0 ? TypedTable::How::Ascending
+                              : TypedTable::How::Descending;
+    table.keys = stack_[first + 1].operand.index;
+    typed_.tables.push_back(table);
+    Step& step = emit(TypedOp::Find, stack_[first].operand);
+    step.table = static_cast<std::uint32_t>(typed_.tables.size() - 1);
+    drop(site.count, step.d);
+    return true;
+}
+
+/// INDEX of one cell among constant ones.
+bool Typist::index(const CallSite& site)
+{
+    const std::size_t first = stack_.size() - site.count;
+    if (site.missing != 0 || site.count < 2 || site.count > 3 || !stack_[first].isArea) return false;
+    for (std::size_t i = first + 1; i < stack_.size(); ++i)
+        if (stack_[i].isArea) return false;
+    TypedTemplate::Table table;
+    table.how = TypedTable::How::Pick;
+    table.values = stack_[first].operand.index;
+    table.line = static_cast<std::int32_t>(site.count) - 1; // numbers given
+    typed_.tables.push_back(table);
+    const Operand row = arithmetic(stack_[first + 1]);
+    const Operand col = site.count > 2 ? arithmetic(stack_[first + 2]) : constant(1.0);
+    Step& step = emit(TypedOp::Pick, row, col);
+    step.table = static_cast<std::uint32_t>(typed_.tables.size() - 1);
+    drop(site.count, step.d);
     return true;
 }
 
@@ -373,7 +525,7 @@ bool Typist::connective(const CallSite& site, TypedOp op)
 
 constexpr std::int64_t kLargestRun = 20000;
 
-bool isRun(TypedOp op) { return op >= TypedOp::SumRun && op <= TypedOp::GreatestRun; }
+bool isRun(TypedOp op) { return op >= TypedOp::SumRun && op <= TypedOp::ProductsRun; }
 bool isJump(TypedOp op) { return op == TypedOp::JumpIfZero || op == TypedOp::Jump; }
 
 /// A stretch of neighbouring numbers in the store.
@@ -394,7 +546,11 @@ public:
 
 private:
     bool settle(const TypedTemplate::Reading& reading);
-    bool settleRun(const Area& area, bool needsNumber);
+    bool settleRun(const Area& area, const TypedTemplate::Reading& reading);
+    bool settleCount(const TypedTemplate::Count& count);
+    bool settleTable(const TypedTemplate::Table& table);
+    bool readLine(const Area& area, bool numbersOnly, std::vector<std::pair<Slot, Kind>>& cells);
+    void products(const Step& step, Slot d);
     void instruction(const Step& step, Slot result, bool isLast);
     void runs(const Step& step, Slot d);
     Slot slot(const Operand& o);
@@ -409,6 +565,8 @@ private:
     std::vector<Slot> slots_;                              // reading -> slot
     std::vector<Run> runs_;                                // of all readings
     std::vector<std::pair<std::size_t, std::size_t>> own_; // reading -> its runs
+    std::vector<double> counts_;
+    std::vector<std::uint32_t> tables_; // of the template -> of the program
 };
 
 bool Placer::settle(const TypedTemplate::Reading& reading)
@@ -416,7 +574,7 @@ bool Placer::settle(const TypedTemplate::Reading& reading)
     const Place& p = code_.places[reading.place];
     const auto area = resolve(p, here_);
     if (!area) return false;
-    if (reading.isRun) return settleRun(*area, reading.needsNumber);
+    if (reading.isRun) return settleRun(*area, reading);
     const auto cell = implicitCell(*area, here_);
     if (!cell) return false;
     const Slot slot = store_.make(*cell);
@@ -430,7 +588,7 @@ bool Placer::settle(const TypedTemplate::Reading& reading)
     return true;
 }
 
-bool Placer::settleRun(const Area& area, bool needsNumber)
+bool Placer::settleRun(const Area& area, const TypedTemplate::Reading& reading)
 {
     if (static_cast<std::int64_t>(area.rows()) * area.cols() > kLargestRun) return false;
     const std::size_t begin = runs_.size();
@@ -443,7 +601,7 @@ bool Placer::settleRun(const Area& area, bool needsNumber)
         for (Slot s = first; s < first + static_cast<Slot>(n) && fits; ++s) {
             const Kind kind = store_.value(s).kind();
             operands_.emplace_back(s, kind);
-            if (kind == Kind::Failure) fits = false;
+            if (kind == Kind::Failure || (reading.isPlain && kind != Kind::Number)) fits = false;
             if (kind != Kind::Number) continue;
             if (runs_.size() > begin && runs_.back().first + runs_.back().count == s) {
                 ++runs_.back().count;
@@ -455,7 +613,8 @@ bool Placer::settleRun(const Area& area, bool needsNumber)
     });
     slots_.push_back(kNoSlot);
     own_.emplace_back(begin, runs_.size());
-    return fits && (!needsNumber || runs_.size() > begin);
+    if (reading.isPlain && area.rows() > 1 && area.cols() > 1) return false; // a column or a row
+    return fits && (!reading.needsNumber || runs_.size() > begin);
 }
 
 Slot Placer::slot(const Operand& o)
@@ -464,15 +623,110 @@ Slot Placer::slot(const Operand& o)
     case From::Constant: return pool_.constant(typed_.constants[o.index]);
     case From::Place: return slots_[o.index];
     case From::Temporary: return pool_.temporary(o.index);
+    case From::Count: return pool_.constant(counts_[o.index]);
     default: return 0;
+    }
+}
+
+bool Placer::settleCount(const TypedTemplate::Count& count)
+{
+    double n = count.more;
+    for (const std::uint32_t reading : count.readings)
+        for (std::size_t k = own_[reading].first; k < own_[reading].second; ++k) n += runs_[k].count;
+    counts_.push_back(n);
+    return n >= count.fewest;
+}
+
+/// The cells of an area, row by row.
+bool Placer::readLine(const Area& area, bool numbersOnly, std::vector<std::pair<Slot, Kind>>& cells)
+{
+    if (static_cast<std::int64_t>(area.rows()) * area.cols() > kLargestRun) return false;
+    for (std::int32_t r = area.row0; r <= area.row1; ++r) {
+        for (std::int32_t c = area.col0; c <= area.col1; ++c) {
+            const Slot slot = store_.make({area.sheet, r, c});
+            const Kind kind = store_.value(slot).kind();
+            if (numbersOnly && kind != Kind::Number) return false;
+            cells.emplace_back(slot, kind);
+        }
+    }
+    return true;
+}
+
+bool Placer::settleTable(const TypedTemplate::Table& table)
+{
+    const bool picks = table.how == TypedTable::How::Pick;
+    const Place& place = code_.places[picks ? table.values : table.keys];
+    const auto whole = resolve(place, here_);
+    if (!whole || place.lastSheet >= 0) return false;
+    TypedTable made;
+    made.how = table.how;
+    made.identity = {static_cast<std::int32_t>(table.how),
+                     whole->sheet,
+                     whole->row0,
+                     whole->col0,
+                     whole->row1,
+                     whole->col1,
+                     table.line,
+                     table.rowwise ? 1 : 0};
+    for (std::uint32_t t = 0; t < program_.tables.size(); ++t) {
+        if (program_.tables[t].identity != made.identity) continue;
+        tables_.push_back(t);
+        return true;
+    }
+    Area keys = *whole, values = *whole;
+    if (picks) {
+        made.rows = static_cast<std::size_t>(whole->rows());
+        made.cols = static_cast<std::size_t>(whole->cols());
+        if (table.line == 1 && made.rows > 1 && made.cols > 1) return false;    // a whole row
+        if (table.line == 1 && made.rows == 1) std::swap(made.rows, made.cols); // along the row
+        if (!readLine(values, false, made.cells)) return false;
+    } else if (table.line == 0) {
+        if (keys.rows() > 1 && keys.cols() > 1) return false;
+        if (!readLine(keys, true, made.keyCells)) return false;
+    } else {
+        if (table.line > (table.rowwise ? whole->rows() : whole->cols())) return false;
+        if (table.rowwise) {
+            keys.row1 = keys.row0;
+            values.row0 = values.row1 = whole->row0 + table.line - 1;
+        } else {
+            keys.col1 = keys.col0;
+            values.col0 = values.col1 = whole->col0 + table.line - 1;
+        }
+        if (!readLine(keys, true, made.keyCells) || !readLine(values, false, made.cells)) return false;
+    }
+    made.read(store_.values());
+    tables_.push_back(static_cast<std::uint32_t>(program_.tables.size()));
+    program_.tables.push_back(std::move(made));
+    return true;
+}
+
+/// Pairs of neighbours in both areas.
+void Placer::products(const Step& step, Slot d)
+{
+    Slot start = slot(step.b);
+    std::vector<Slot> x, y;
+    const auto list = [&](const Operand& o, std::vector<Slot>& slots) {
+        for (std::size_t k = own_[o.index].first; k < own_[o.index].second; ++k)
+            for (std::uint32_t i = 0; i < runs_[k].count; ++i) slots.push_back(runs_[k].first + i);
+    };
+    list(step.a, x);
+    list(step.e, y);
+    for (std::size_t i = 0; i < x.size();) {
+        std::size_t n = 1;
+        while (i + n < x.size() && x[i + n] == x[i] + n && y[i + n] == y[i] + n) ++n;
+        program_.instructions.push_back({step.op, d, x[i], start, static_cast<std::uint32_t>(n), y[i]});
+        start = d;
+        i += n;
     }
 }
 
 void Placer::runs(const Step& step, Slot d)
 {
+    if (step.op == TypedOp::ProductsRun) return products(step, d);
+    const Slot from = step.op == TypedOp::DeviationsRun ? slot(step.e) : 0;
     Slot start = slot(step.b);
     const auto append = [&](Slot first, std::uint32_t count) {
-        program_.instructions.push_back({step.op, d, first, start, count, 0});
+        program_.instructions.push_back({step.op, d, first, start, count, from});
         start = d;
     };
     if (step.a.from != From::Place || !typed_.readings[step.a.index].isRun) return append(slot(step.a), 1);
@@ -502,6 +756,10 @@ void Placer::instruction(const Step& step, Slot result, bool isLast)
         } else {
             --in.c;
         }
+    } else if (step.op == TypedOp::Find) {
+        in.b = tables_[step.table];
+    } else if (step.op == TypedOp::Pick) {
+        in.c = tables_[step.table];
     }
     program_.instructions.push_back(in);
 }
@@ -512,6 +770,26 @@ bool Placer::place(Slot result)
     for (const TypedTemplate::Reading& reading : typed_.readings) {
         if (settle(reading)) continue;
         operands_.resize(known);
+        return false;
+    }
+    bool fits = true;
+    for (const TypedTemplate::Count& count : typed_.counts) fits = fits && settleCount(count);
+    for (const TypedTemplate::Step& step : typed_.steps) {
+        if (step.op != TypedOp::ProductsRun) continue;
+        const auto length = [&](const Operand& o) {
+            std::size_t n = 0;
+            for (std::size_t k = own_[o.index].first; k < own_[o.index].second; ++k) n += runs_[k].count;
+            return n;
+        };
+        const auto x = resolve(code_.places[typed_.readings[step.a.index].place], here_);
+        const auto y = resolve(code_.places[typed_.readings[step.e.index].place], here_);
+        fits = fits && length(step.a) == length(step.e) && x->rows() == y->rows();
+    }
+    const std::size_t tables = program_.tables.size();
+    for (const TypedTemplate::Table& table : typed_.tables) fits = fits && settleTable(table);
+    if (!fits) {
+        operands_.resize(known);
+        program_.tables.resize(tables);
         return false;
     }
     // The last instruction writes the result itself where nothing jumps past it.
@@ -581,8 +859,10 @@ private:
         for (std::uint32_t k = 0; k < length; ++k) {
             const TypedInstruction& x = old_[starts_[i] + k];
             const TypedInstruction& y = old_[starts_[i + 1] + k];
-            if (x.op != y.op || x.op > TypedOp::Two) return false;
-            if ((x.op == TypedOp::One && x.b != y.b) || (x.op == TypedOp::Two && x.c != y.c)) return false;
+            if (x.op != y.op || x.op > TypedOp::Pick) return false;
+            const bool byB = x.op == TypedOp::One || x.op == TypedOp::Find;
+            const bool byC = x.op == TypedOp::Two || x.op == TypedOp::Pick;
+            if ((byB && x.b != y.b) || (byC && x.c != y.c)) return false; // another function or table
             if (i == i0) continue;
             const TypedInstruction first = difference(old_[starts_[i0] + k], old_[starts_[i0 + 1] + k]);
             if (!same(difference(x, y), first)) return false;

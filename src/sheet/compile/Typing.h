@@ -19,7 +19,7 @@ namespace varnex3::sheet {
 
 /// Where an operand of a template comes from.
 struct TypedOperand {
-    enum class From : std::uint8_t { Nothing, Constant, Place, Temporary } from = From::Nothing;
+    enum class From : std::uint8_t { Nothing, Constant, Place, Temporary, Count } from = From::Nothing;
     std::uint32_t index = 0;
     friend bool operator==(const TypedOperand&, const TypedOperand&) = default;
 };
@@ -31,6 +31,7 @@ struct TypedTemplate {
         TypedOp op = TypedOp::Copy;
         TypedOperand d, a, b, c, e;
         std::uint32_t target = 0;
+        std::uint32_t table = 0; // of Find and Pick
         double (*one)(double) = nullptr;
         double (*two)(double, double) = nullptr;
     };
@@ -41,6 +42,22 @@ struct TypedTemplate {
         bool allowsEmpty = true;    // an empty cell is 0
         bool isRun = false;         // numbers of the area, everything else left out
         bool needsNumber = false;   // of a run: there must be one
+        bool isPlain = false;       // of a run: a row or column of nothing but numbers
+    };
+
+    /// How many numbers some readings have, and some more; refused when there are fewer than `fewest`.
+    struct Count {
+        std::vector<std::uint32_t> readings;
+        double more = 0.0;
+        double fewest = 0.0;
+    };
+    /// A table in which a step looks up.
+    struct Table {
+        TypedTable::How how = TypedTable::How::Exact;
+        std::uint32_t keys = 0, values = 0; // places
+        bool hasValues = false;
+        std::int32_t line = 0; // of one place with both: the column (or row) of the result, from 1; else 0
+        bool rowwise = false;  // keys in its first row
     };
 
     bool possible = false;
@@ -49,6 +66,8 @@ struct TypedTemplate {
     std::vector<Step> steps;
     std::vector<double> constants;
     std::vector<Reading> readings;
+    std::vector<Count> counts;
+    std::vector<Table> tables;
     std::uint32_t temporaries = 0;
 };
 

@@ -112,6 +112,7 @@ template <class F>
 {
     const auto& ones = code.ones;
     const auto& twos = code.twos;
+    const auto& tables = *code.tables;
     const std::uint64_t* going = nullptr; // null: all lanes
     std::size_t depth = 0;
     std::size_t branches[kDeepestIf] = {};
@@ -187,6 +188,24 @@ template <class F>
             break;
         case BlockOp::GreatestList:
             extremeLanes(d, pb, list, in.c, registers, [](double s, double x) { return x > s ? x : s; });
+            break;
+
+        case BlockOp::DeviationsList: {
+            const double* from = pe;
+            for (std::size_t l = 0; l < kLanes; ++l) d[l] = pb[l];
+            for (std::uint32_t i = 0; i < in.c; ++i) {
+                const double* x = aligned(registers.lanes(list[i]));
+                for (std::size_t l = 0; l < kLanes; ++l) d[l] += (x[l] - from[l]) * (x[l] - from[l]);
+            }
+            break;
+        }
+        case BlockOp::ProductsList:
+            for (std::size_t l = 0; l < kLanes; ++l) d[l] = pb[l];
+            for (std::uint32_t i = 0; i < in.c; i += 2) {
+                const double* x = aligned(registers.lanes(list[i]));
+                const double* y = aligned(registers.lanes(list[i + 1]));
+                for (std::size_t l = 0; l < kLanes; ++l) d[l] += x[l] * y[l];
+            }
             break;
 
         case BlockOp::If:

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "sheet/exec/TypedProgram.h"
@@ -29,6 +30,8 @@ enum class BlockOp : std::uint8_t {
     ProductList,
     LeastList,
     GreatestList,
+    DeviationsList, // the squares of their distances from e
+    ProductsList,   // the products of the first of them with the second, the third with the fourth, ...
 
     If,    // lanes where a is not 0 go on, the others wait; none left: on to the Take, instruction d
     Take,  // d = a in the lanes that go on; in all others no number
@@ -47,6 +50,7 @@ struct BlockCode {
     std::vector<std::uint32_t> lists;
     std::vector<double (*)(double)> ones;
     std::vector<double (*)(double, double)> twos;
+    std::shared_ptr<std::vector<TypedTable>> tables;
     std::size_t depth = 0; // of IFs within one another
 };
 

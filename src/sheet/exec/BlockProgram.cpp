@@ -25,7 +25,7 @@ std::size_t operandsOf(BlockOp op)
     }
 }
 
-bool isList(BlockOp op) { return op >= BlockOp::SumList && op <= BlockOp::GreatestList; }
+bool isList(BlockOp op) { return op >= BlockOp::SumList && op <= BlockOp::ProductsList; }
 /// Whether it has no result.
 bool isControl(BlockOp op) { return op == BlockOp::If || op == BlockOp::Else || op == BlockOp::End; }
 
@@ -120,7 +120,9 @@ bool BlockMaker::instruction(std::size_t i)
     case TypedOp::SumSquaresRun:
     case TypedOp::ProductRun:
     case TypedOp::LeastRun:
-    case TypedOp::GreatestRun: list(in); return true;
+    case TypedOp::GreatestRun:
+    case TypedOp::DeviationsRun:
+    case TypedOp::ProductsRun: list(in); return true;
     case TypedOp::Copy: {
         const bool second =
             !branches_.empty() && branches_.back().result != kNone && branches_.back().end == i + 1;
@@ -160,18 +162,24 @@ void BlockMaker::list(const TypedInstruction& in)
 {
     const auto op = static_cast<BlockOp>(static_cast<int>(BlockOp::SumList) +
                                          (static_cast<int>(in.op) - static_cast<int>(TypedOp::SumRun)));
+    const std::uint32_t from = op == BlockOp::DeviationsList ? read(in.e) : 0;
     std::uint32_t start = read(in.b);
     std::vector<std::uint32_t> members;
-    for (Slot s = in.a; s < in.a + in.c; ++s) members.push_back(read(s));
-    const auto changes = constant_[start] ? std::find_if(members.begin(), members.end(),
-                                                         [&](std::uint32_t v) { return !constant_[v]; })
-                                          : members.begin();
+    for (std::uint32_t k = 0; k < in.c; ++k) {
+        members.push_back(read(in.a + k));
+        if (op == BlockOp::ProductsList) members.push_back(read(in.e + k));
+    }
+    const bool mayBegin = constant_[start] && (op != BlockOp::DeviationsList || constant_[from]);
+    auto changes = mayBegin ? std::find_if(members.begin(), members.end(),
+                                           [&](std::uint32_t v) { return !constant_[v]; })
+                            : members.begin();
+    if (op == BlockOp::ProductsList && (changes - members.begin()) % 2 != 0) --changes;
     const auto fold = [&](auto first, auto last, bool constant) {
         if (first == last) return;
         BlockCode& code = constant ? program_.once_ : program_.each_;
         const auto at = static_cast<std::uint32_t>(code.lists.size());
         code.lists.insert(code.lists.end(), first, last);
-        start = emit({op, 0, at, start, static_cast<std::uint32_t>(last - first), 0}, constant);
+        start = emit({op, 0, at, start, static_cast<std::uint32_t>(last - first), from}, constant);
     };
     fold(members.begin(), changes, true);
     fold(changes, members.end(), false);
@@ -184,6 +192,7 @@ void BlockMaker::visitOperands(const BlockCode& code, const BlockInstruction& in
     if (isList(in.op)) {
         for (std::uint32_t k = 0; k < in.c; ++k) f(code.lists[in.a + k]);
         f(in.b);
+        if (in.op == BlockOp::DeviationsList) f(in.e);
         return;
     }
     const std::uint32_t operands[] = {in.a, in.b, in.c, in.e};
@@ -252,6 +261,7 @@ void BlockMaker::assignRegisters()
         if (isList(in.op)) {
             for (std::uint32_t k = 0; k < in.c; ++k) code.lists[in.a + k] = place[code.lists[in.a + k]];
             in.b = place[in.b];
+            in.e = in.op == BlockOp::DeviationsList ? place[in.e] : in.b;
         } else {
             std::uint32_t* const operands[] = {&in.a, &in.b, &in.c, &in.e};
             const std::size_t used = operandsOf(in.op);
@@ -300,9 +310,11 @@ void BlockMaker::assignRegisters()
             open.pop_back();
         }
     }
+    const auto tables = std::make_shared<std::vector<TypedTable>>(typed_.tables);
     for (BlockCode* code : {&program_.once_, &each}) {
         code->ones = typed_.ones;
         code->twos = typed_.twos;
+        code->tables = tables;
     }
 }
 
@@ -310,6 +322,11 @@ std::optional<BlockProgram> BlockProgram::make(const TypedProgram& typed, std::s
                                                std::span<const Slot> outputs)
 {
     return BlockMaker(typed, inputs, outputs).make();
+}
+
+void BlockProgram::readTables(Store& store)
+{
+    for (TypedTable& table : *each_.tables) table.read(store.values());
 }
 
 BlockRegisters BlockProgram::load(const Store& store) const

@@ -26,6 +26,8 @@ public:
     static std::optional<BlockProgram> make(const TypedProgram& typed, std::span<const Slot> inputs,
                                             std::span<const Slot> outputs);
 
+    /// Takes what tables hold from the cells as they are; before `load`.
+    void readTables(Store& store);
     /// Registers for one thread, with what does not depend on the inputs worked out from the cells as they
     /// are.
     BlockRegisters load(const Store& store) const;

@@ -1,6 +1,7 @@
 // sheet/exec/TypedProgram.cpp - the interpreter of typed code.
 #include "sheet/exec/TypedProgram.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -20,6 +21,50 @@ double foldRun(const Value* first, std::uint32_t count, double start, F f)
 }
 
 } // namespace
+
+void TypedTable::read(const Value* store)
+{
+    keys.clear();
+    values.clear();
+    for (const auto& [slot, kind] : keyCells) keys.push_back(store[slot].number());
+    for (const auto& [slot, kind] : cells)
+        values.push_back(kind == Kind::Number ? store[slot].number()
+                                              : std::numeric_limits<double>::quiet_NaN());
+}
+
+/// As MATCH and its like search; see functions/Lookup.cpp.
+double TypedTable::find(double sought) const
+{
+    const std::size_t count = keys.size();
+    std::size_t found = count;
+    if (how == How::Exact) {
+        found = static_cast<std::size_t>(std::find(keys.begin(), keys.end(), sought) - keys.begin());
+    } else {
+        std::size_t low = 0, high = count;
+        while (low < high) {
+            const std::size_t middle = low + (high - low) / 2;
+            const int order = compareNumbers(keys[middle], sought);
+            if (how == How::Ascending ? order <= 0 : order >= 0) {
+                found = middle;
+                low = middle + 1;
+            } else {
+                high = middle;
+            }
+        }
+    }
+    if (found == count) return std::numeric_limits<double>::quiet_NaN();
+    return values.empty() ? static_cast<double>(found + 1) : values[found];
+}
+
+double TypedTable::pick(double row, double col) const
+{
+    row = std::trunc(row);
+    col = std::trunc(col);
+    const bool inside =
+        row >= 1.0 && col >= 1.0 && row <= static_cast<double>(rows) && col <= static_cast<double>(cols);
+    if (!inside) return std::numeric_limits<double>::quiet_NaN();
+    return values[(static_cast<std::size_t>(row) - 1) * cols + static_cast<std::size_t>(col) - 1];
+}
 
 /// One operation for `count` formulas; false when a result is no finite number.
 bool TypedProgram::repeat(Value* values, const TypedInstruction& in, const TypedInstruction& stride,
@@ -87,6 +132,18 @@ std::uint32_t TypedProgram::run(Value* values, std::uint32_t begin, std::uint32_
             break;
         case TypedOp::GreatestRun:
             r = foldRun(values + in.a, in.c, number(in.b), [](double s, double x) { return x > s ? x : s; });
+            break;
+
+        case TypedOp::DeviationsRun: {
+            const double from = number(in.e);
+            r = foldRun(values + in.a, in.c, number(in.b),
+                        [from](double s, double x) { return s + (x - from) * (x - from); });
+            break;
+        }
+        case TypedOp::ProductsRun:
+            r = number(in.b);
+            for (std::uint32_t k = 0; k < in.c; ++k)
+                r += values[in.a + k].number() * values[in.e + k].number();
             break;
 
         case TypedOp::JumpIfZero:

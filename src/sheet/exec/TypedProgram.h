@@ -6,6 +6,8 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
+#include <utility>
 #include <vector>
 
 #include "sheet/value/Slot.h"
@@ -53,7 +55,9 @@ namespace varnex3::sheet {
     OPERATION(Either, 2, x != 0.0 || y != 0.0 ? 1.0 : 0.0)                                                   \
     OPERATION(Power, 2, x == 0.0 && y < 0.0 ? HUGE_VAL : power(x, y))                                        \
     OPERATION(One, 1, ones[in.b](x))                                                                         \
-    OPERATION(Two, 2, twos[in.c](x, y))
+    OPERATION(Two, 2, twos[in.c](x, y))                                                                      \
+    OPERATION(Find, 1, tables[in.b].find(x))                                                                 \
+    OPERATION(Pick, 2, tables[in.c].pick(x, y))
 #define VARNEX3_TYPED_OPERATIONS(OPERATION)                                                                  \
     VARNEX3_PLAIN_OPERATIONS(OPERATION) VARNEX3_COMPARISONS(OPERATION) VARNEX3_GUARDED_OPERATIONS(OPERATION)
 
@@ -68,6 +72,8 @@ enum class TypedOp : std::uint16_t {
     ProductRun,    // d = b * the numbers
     LeastRun,      // d = the least of b and the numbers
     GreatestRun,
+    DeviationsRun, // d = b + the squares of the numbers' distances from e
+    ProductsRun,   // d = b + the products of the numbers with those from slot e on
 
     JumpIfZero, // a is 0: go to instruction d
     Jump,       // go to instruction d
@@ -77,15 +83,44 @@ enum class TypedOp : std::uint16_t {
     Repeat,
 };
 
+/// Cells in which typed code looks something up. None of them changes while the code runs.
+struct TypedTable {
+    enum class How : std::uint8_t {
+        Exact,      // the first key that is the number sought
+        Ascending,  // the last one not greater, in keys that ascend
+        Descending, // the last one not less, in keys that descend
+        Pick,       // by row and column
+    };
+    How how = How::Exact;
+    std::vector<std::int32_t> identity;          // areas and what is taken from them
+    std::vector<std::pair<Slot, Kind>> keyCells; // all numbers
+    std::vector<std::pair<Slot, Kind>> cells;    // row by row; none: the position itself is the result
+    std::size_t rows = 0, cols = 0;
+    std::vector<double> keys, values; // as they are now; NaN for what is no number
+
+    void read(const Value* store);
+    double find(double sought) const; // NaN when there is none
+    double pick(double row, double col) const;
+};
+
 struct TypedInstruction {
     TypedOp op = TypedOp::Copy;
     std::uint32_t d = 0, a = 0, b = 0, c = 0, e = 0;
+
+    /// The table that it looks something up in.
+    std::optional<std::uint32_t> table() const
+    {
+        if (op == TypedOp::Find) return b;
+        if (op == TypedOp::Pick) return c;
+        return std::nullopt;
+    }
 };
 
 struct TypedProgram {
     std::vector<TypedInstruction> instructions;
     std::vector<double (*)(double)> ones;
     std::vector<double (*)(double, double)> twos;
+    std::vector<TypedTable> tables;
 
     /// Runs instructions [begin, end) over the slots at `values`. Stops before the first one whose result is
     /// no finite number, and gives its position; else `end`.

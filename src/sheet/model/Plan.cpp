@@ -29,6 +29,17 @@ bool Plan::restoreKinds(Store& store, const FormulaTable& formulas) const
     return changed;
 }
 
+bool Plan::isFixed(const TypedTable& table, const Store& store, const std::vector<bool>& inPlan) const
+{
+    const auto fixed = [&](const std::pair<Slot, Kind>& cell) {
+        const FormulaId from = store.formula(cell.first);
+        return (from == kNoFormula || !inPlan[from]) &&
+               !std::binary_search(key.begin(), key.end(), cell.first);
+    };
+    return std::all_of(table.keyCells.begin(), table.keyCells.end(), fixed) &&
+           std::all_of(table.cells.begin(), table.cells.end(), fixed);
+}
+
 void Plan::build(Store& store, FormulaTable& formulas, TypedPool& pool,
                  const std::vector<std::uint32_t>& levels)
 {
@@ -45,6 +56,7 @@ void Plan::build(Store& store, FormulaTable& formulas, TypedPool& pool,
     starts.clear();
     typedAt.clear();
     expected.resize(order.formulas.size());
+    std::vector<bool> fixedTables;
     for (std::uint32_t i = 0; i < order.formulas.size(); ++i) {
         const FormulaId f = order.formulas[i];
         const Slot slot = formulas.cell(f).slot;
@@ -60,6 +72,10 @@ void Plan::build(Store& store, FormulaTable& formulas, TypedPool& pool,
             const FormulaId from = store.formula(operands[k].first);
             if (from != kNoFormula && inPlan[from] && formulas.isBlock(from)) typed = false;
         }
+        while (fixedTables.size() < program.tables.size())
+            fixedTables.push_back(isFixed(program.tables[fixedTables.size()], store, inPlan));
+        for (std::size_t k = start; typed && k < program.instructions.size(); ++k)
+            if (const auto table = program.instructions[k].table()) typed = fixedTables[*table];
         if (typed) {
             const auto inside = [&](const std::pair<Slot, Kind>& operand) {
                 const FormulaId from = store.formula(operand.first);
@@ -98,6 +114,12 @@ void Plan::build(Store& store, FormulaTable& formulas, TypedPool& pool,
         step.begin = starts[step.begin];
         step.end =
             next < starts.size() ? starts[next] : static_cast<std::uint32_t>(program.instructions.size());
+    }
+    for (std::size_t t = 0; t < fixedTables.size(); ++t) {
+        if (!fixedTables[t]) continue;
+        const TypedTable& table = program.tables[t];
+        operands.insert(operands.end(), table.keyCells.begin(), table.keyCells.end());
+        operands.insert(operands.end(), table.cells.begin(), table.cells.end());
     }
     std::sort(operands.begin(), operands.end());
     operands.erase(std::unique(operands.begin(), operands.end()), operands.end());
@@ -141,6 +163,13 @@ bool Plan::appendNeeded(Store& store, FormulaTable& formulas, TypedPool& pool, s
     read.erase(std::unique(read.begin(), read.end()), read.end());
     for (const auto& operand : read)
         if (!results.contains(operand.first)) outside.push_back(operand);
+    std::vector<bool> inPlan(formulas.size(), false);
+    for (const FormulaId f : order.formulas) inPlan[f] = true;
+    for (const TypedTable& table : scratch.tables) {
+        if (!isFixed(table, store, inPlan)) return false;
+        outside.insert(outside.end(), table.keyCells.begin(), table.keyCells.end());
+        outside.insert(outside.end(), table.cells.begin(), table.cells.end());
+    }
     std::vector<std::pair<Slot, Kind>> again;
     for (auto f = chosen.rbegin(); f != chosen.rend(); ++f)
         if (!append(*f, typed, again)) return false;

@@ -43,7 +43,8 @@ struct Plan {
     std::uint64_t lastUse = 0;
 
     bool built = false;
-    std::uint64_t kinds = 0; // state of the kinds for which the typed code was checked
+    std::uint64_t kinds = 0;  // state of the kinds for which the typed code was checked
+    std::uint64_t values = 0; // state of the values that its tables hold
     std::vector<PlanStep> steps;
     TypedProgram program;
     std::vector<Kind> expected;                  // kinds of the results, by position in the order
@@ -61,10 +62,20 @@ struct Plan {
     /// @param outside  receives what they read from outside the plan
     bool appendNeeded(Store& store, FormulaTable& formulas, TypedPool& pool, std::span<const Slot> outputs,
                       TypedProgram& typed, std::vector<std::pair<Slot, Kind>>& outside) const;
+    /// Takes what the tables of typed code hold from the cells again.
+    void readTables(Store& store)
+    {
+        for (TypedTable& table : program.tables) table.read(store.values());
+    }
     /// Whether the cells that typed code reads from outside have the kinds that it was made for.
     bool operandsFit(const Store& store) const;
     /// Gives the cells that typed code writes their kinds back; whether one had another.
     bool restoreKinds(Store& store, const FormulaTable& formulas) const;
+
+private:
+    /// Whether no cell of a table is written or worked out by the plan.
+    /// @param inPlan  by formula
+    bool isFixed(const TypedTable& table, const Store& store, const std::vector<bool>& inPlan) const;
 };
 
 } // namespace varnex3::sheet

@@ -44,6 +44,8 @@ void Recalculation::runPlan(Plan& plan)
     valuesChange(plan.id);
     if (useTyped_ && plan.order.loops.empty() && plan.runs > 0) {
         if (!plan.built || (plan.kinds != kinds_ && !kindsHold(plan))) build(plan);
+        if (plan.values != values_ && !plan.program.tables.empty()) plan.readTables(store_);
+        plan.values = values_;
         runBuilt(plan);
     } else {
         if (plan.marksDirty) markDirty(plan.order);

@@ -21,6 +21,7 @@ bool Trials::load()
     const std::uint64_t values = recalculation_.valuesFor(code_);
     if (!registers_.empty() && values == values_) return true;
     registers_.clear();
+    code_.program.readTables(store_);
     registers_.push_back(code_.program.load(store_));
     values_ = values;
     return true;

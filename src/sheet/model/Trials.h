@@ -21,7 +21,7 @@ class Recalculation;
 class Trials {
 public:
     /// Made by Book::trials; must not outlive the book.
-    Trials(Recalculation& recalculation, const Store& store, TrialCode code, std::size_t inputs,
+    Trials(Recalculation& recalculation, Store& store, TrialCode code, std::size_t inputs,
            std::size_t outputs, unsigned threads)
         : recalculation_(recalculation), store_(store), code_(std::move(code)), inputs_(inputs),
           outputs_(outputs), threads_(threads)
@@ -44,7 +44,7 @@ private:
     bool load();
 
     Recalculation& recalculation_;
-    const Store& store_;
+    Store& store_;
     TrialCode code_;
     std::size_t inputs_, outputs_;
     unsigned threads_;
