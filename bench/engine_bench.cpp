@@ -1,117 +1,144 @@
-// bench/engine_bench.cpp - one trial (write the inputs, recalculate, read the responses) of each model, in
-// the embedded engine and as plain C++, and the ratio of the two.
-#include <benchmark/benchmark.h>
-
+// bench/engine_bench.cpp - trials (write the inputs, recalculate, read the responses) of each model on the
+// embedded host, one by one and in batches, beside the same model as plain C++, one by one.
+//
+// Prints the table of docs/performance.md. Every answer is compared before anything is timed.
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstddef>
-#include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <vector>
+
+#include <fmt/format.h>
 
 #include "Allocations.h"
 #include "Models.h"
 
+namespace varnex3::bench {
 namespace {
 
-using namespace varnex3::bench;
+constexpr std::size_t kBatch = 4096;
 
 /// Inputs that change from trial to trial.
 template <std::size_t N>
-void vary(std::array<double, N>& x, const std::array<double, N>& start, unsigned trial)
+void vary(double* x, const std::array<double, N>& start, std::size_t trial)
 {
     for (std::size_t i = 0; i < N; ++i)
-        x[i] =
-            start[i] * (1.0 + 0.001 * static_cast<double>((trial * 7 + static_cast<unsigned>(i) * 13) % 97));
+        x[i] = start[i] * (1.0 + 0.001 * static_cast<double>((trial * 7 + i * 13) % 97));
 }
 
-template <std::size_t N>
-void require(const std::array<double, N>& a, const std::array<double, N>& b, const char* model)
+std::array<double, LargeModel::kInputs> largeStart()
 {
-    for (std::size_t i = 0; i < N; ++i) {
-        if (std::fabs(a[i] - b[i]) <= 1e-9 * std::max(1.0, std::fabs(b[i]))) continue;
-        std::fprintf(stderr, "%s: response %zu is %.17g, should be %.17g\n", model, i, a[i], b[i]);
-        std::exit(1);
-    }
-}
-
-std::array<double, LargeModel::kWidth> largeStart()
-{
-    std::array<double, LargeModel::kWidth> x{};
+    std::array<double, LargeModel::kInputs> x{};
     for (std::size_t i = 0; i < x.size(); ++i) x[i] = 1.0 + 0.37 * static_cast<double>(i % 7);
     return x;
 }
 
-template <class F>
-double secondsPerTrial(F f)
+void require(double value, double wanted, const char* model)
 {
-    const auto cpu = [] { return static_cast<double>(std::clock()) / CLOCKS_PER_SEC; };
+    if (std::fabs(value - wanted) <= 1e-9 * std::max(1.0, std::fabs(wanted))) return;
+    fmt::print(stderr, "{}: a response is {}, should be {}\n", model, value, wanted);
+    std::exit(1);
+}
+
+double processorTime() { return static_cast<double>(std::clock()) / CLOCKS_PER_SEC; }
+double wallTime()
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+/// The fastest of several measurements.
+/// @param f  f(n) does something about n times and tells how often
+template <class F>
+double secondsPerTrial(F f, double (*now)() = processorTime)
+{
     double best = 1e9;
-    for (int repeat = 0; repeat < 5; ++repeat) {
-        unsigned trials = 0;
-        const double start = cpu();
-        double elapsed = 0.0;
-        do {
-            for (int k = 0; k < 64; ++k) f(trials++);
-            elapsed = cpu() - start;
-        } while (elapsed < 0.1);
-        best = std::min(best, elapsed / trials);
+    std::size_t wanted = 64;
+    for (int measured = 0; measured < 9;) {
+        const double start = now();
+        const std::size_t trials = f(wanted);
+        const double elapsed = now() - start;
+        if (elapsed < 0.03) {
+            wanted *= 2;
+            continue;
+        }
+        ++measured;
+        best = std::min(best, elapsed / static_cast<double>(trials));
     }
     return best;
 }
 
-template <class Model, std::size_t N, std::size_t M>
-void compare(const char* name, const std::array<double, N>& start,
-             std::array<double, M> (*plain)(const std::array<double, N>&), int formulas)
+volatile double sink;
+
+template <class Model>
+void compare(const char* name, const std::array<double, Model::kInputs>& start,
+             std::array<double, Model::kResponses> (*plain)(const std::array<double, Model::kInputs>&))
 {
+    constexpr std::size_t nx = Model::kInputs, ny = Model::kResponses;
     Model model;
-    std::array<double, N> x{};
-    for (unsigned trial = 0; trial < 50; ++trial) {
-        vary(x, start, trial);
-        require(model.run(x), plain(x), name);
+    std::vector<double> xs(kBatch * nx), ys(kBatch * ny), single(ny);
+    for (std::size_t t = 0; t < kBatch; ++t) vary(&xs[t * nx], start, t);
+    const auto inputsOf = [&](std::size_t t) {
+        std::array<double, nx> x{};
+        std::copy_n(&xs[t % kBatch * nx], nx, x.begin());
+        return x;
+    };
+    const auto batchOn = [&](unsigned threads) {
+        model.application->threads(threads);
+        return model.application->Trials(model.inputs, model.responses);
+    };
+    for (std::size_t t = 0; t < 8; ++t) model.run(&xs[t * nx], single.data());
+    const Ref<host::Batch> first = batchOn(1);
+    if (!first || first->Run(xs, ys) != static_cast<Long>(kBatch)) {
+        fmt::print(stderr, "{}: no batch\n", name);
+        std::exit(1);
     }
     const std::size_t before = allocations();
-    for (unsigned trial = 0; trial < 50; ++trial) {
-        vary(x, start, trial);
-        benchmark::DoNotOptimize(model.run(x));
+    for (std::size_t t = 0; t < 97; ++t) {
+        model.run(&xs[t * nx], single.data());
+        const std::array<double, ny> wanted = plain(inputsOf(t));
+        for (std::size_t j = 0; j < ny; ++j) {
+            require(single[j], wanted[j], name);
+            if (single[j] != ys[t * ny + j]) require(HUGE_VAL, single[j], "a batch");
+        }
     }
     const std::size_t allocated = allocations() - before;
-    const double engine = secondsPerTrial([&](unsigned trial) {
-        vary(x, start, trial);
-        benchmark::DoNotOptimize(model.run(x));
-    });
-    const double bare = secondsPerTrial([&](unsigned trial) {
-        vary(x, start, trial);
-        benchmark::DoNotOptimize(plain(x));
-    });
-    std::printf("%-6s engine %10.3f us, %6.2f ns per formula; C++ %9.4f us; ratio %6.1f; allocations %zu\n",
-                name, engine * 1e6, engine * 1e9 / formulas, bare * 1e6, engine / bare, allocated);
-}
 
-template <class Model, std::size_t N>
-void runModel(benchmark::State& state, const std::array<double, N>& start)
-{
-    Model model;
-    std::array<double, N> x{};
-    unsigned trial = 0;
-    for (auto _ : state) {
-        vary(x, start, trial++);
-        benchmark::DoNotOptimize(model.run(x));
-    }
+    const double bare = secondsPerTrial([&](std::size_t n) {
+        for (std::size_t t = 0; t < n; ++t) sink = plain(inputsOf(t))[0];
+        return n;
+    });
+    const double oneByOne = secondsPerTrial([&](std::size_t n) {
+        for (std::size_t t = 0; t < n; ++t) model.run(&xs[t % kBatch * nx], single.data());
+        return n;
+    });
+    const auto inBatches = [&](unsigned threads) {
+        const Ref<host::Batch> batch = batchOn(threads);
+        return secondsPerTrial(
+            [&](std::size_t n) {
+                const std::size_t rounds = (n + kBatch - 1) / kBatch;
+                for (std::size_t k = 0; k < rounds; ++k) batch->Run(xs, ys);
+                return rounds * kBatch;
+            },
+            threads == 1 ? processorTime : wallTime);
+    };
+    const double batch = inBatches(1), batchOnTwo = inBatches(2);
+    fmt::print("| {} | {:.4f} | {:.3f} | {:.1f} | {:.4f} | {:.2f} | {:.2f} | {} |\n", name, bare * 1e6,
+               oneByOne * 1e6, oneByOne / bare, batch * 1e6, batch / bare, batchOnTwo / bare, allocated);
 }
-
-void smallEngine(benchmark::State& state) { runModel<SmallModel>(state, SmallModel::kStart); }
-void largeEngine(benchmark::State& state) { runModel<LargeModel>(state, largeStart()); }
-BENCHMARK(smallEngine);
-BENCHMARK(largeEngine);
 
 } // namespace
+} // namespace varnex3::bench
 
-int main(int argc, char** argv)
+int main()
 {
-    compare<SmallModel>("small", SmallModel::kStart, smallPlain, 12);
-    compare<LargeModel>("large", largeStart(), largePlain, LargeModel::kWidth * LargeModel::kRows + 8);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
+    using namespace varnex3::bench;
+    fmt::print(
+        "| model | C++, us | one by one, us | ratio | batch, us | ratio | on two threads | allocations |\n"
+        "|---|---|---|---|---|---|---|---|\n");
+    compare<SmallModel>("small", SmallModel::kStart, smallPlain);
+    compare<MediumModel>("medium", MediumModel::kStart, mediumPlain);
+    compare<LargeModel>("large", largeStart(), largePlain);
     return 0;
 }

@@ -101,6 +101,27 @@ template <class F>
     return taken != 0;
 }
 
+/// Looks up all lanes; in a short table that ascends by counting the keys that are not above.
+[[gnu::always_inline]] inline void findLanes(double* __restrict d, const double* x, const TypedTable& table)
+{
+    constexpr std::size_t kShort = 64;
+    constexpr std::size_t kChunk = 16;
+    if (!table.isClear || table.keys.size() > kShort) {
+        for (std::size_t l = 0; l < kLanes; ++l) d[l] = isFinite(x[l]) ? table.find(x[l]) : kNoNumber;
+        return;
+    }
+    const double* keys = table.keys.data();
+    const std::size_t count = table.keys.size();
+    for (std::size_t l = 0; l < kLanes; l += kChunk) {
+        double below[kChunk] = {};
+        for (std::size_t i = 0; i < count; ++i)
+            for (std::size_t k = 0; k < kChunk; ++k) below[k] += keys[i] <= x[l + k] ? 1.0 : 0.0;
+        for (std::size_t k = 0; k < kChunk; ++k) d[l + k] = below[k];
+    }
+    for (std::size_t l = 0; l < kLanes; ++l)
+        d[l] = isFinite(x[l]) ? table.at(static_cast<std::size_t>(d[l]), x[l]) : kNoNumber;
+}
+
 [[gnu::always_inline]] inline bool any(const std::uint64_t* mask)
 {
     std::uint64_t all = 0;
@@ -174,6 +195,11 @@ template <class F>
             VARNEX3_GUARDED_OPERATIONS(VARNEX3_LANES)
 #undef VARNEX3_LANES
 
+        case BlockOp::Find: findLanes(d, pa, tables[in.b]); break;
+        case BlockOp::Pick:
+            for (std::size_t l = 0; l < kLanes; ++l)
+                d[l] = isFinite(pa[l]) && isFinite(pb[l]) ? tables[in.c].pick(pa[l], pb[l]) : kNoNumber;
+            break;
         case BlockOp::SumList:
             foldLanes(d, pb, list, in.c, registers, [](double s, double x) { return s + x; });
             break;

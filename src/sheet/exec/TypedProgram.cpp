@@ -30,12 +30,33 @@ void TypedTable::read(const Value* store)
     for (const auto& [slot, kind] : cells)
         values.push_back(kind == Kind::Number ? store[slot].number()
                                               : std::numeric_limits<double>::quiet_NaN());
+    const auto close = [](double a, double b) { return compareNumbers(a, b) >= 0; };
+    isClear = how == How::Ascending && !keys.empty() &&
+              std::adjacent_find(keys.begin(), keys.end(), close) == keys.end();
+}
+
+double TypedTable::at(std::size_t notAbove, double sought) const
+{
+    // A key just above the number may count as equal to it.
+    if (notAbove < keys.size() && compareNumbers(keys[notAbove], sought) <= 0) ++notAbove;
+    if (notAbove == 0) return std::numeric_limits<double>::quiet_NaN();
+    return values.empty() ? static_cast<double>(notAbove) : values[notAbove - 1];
 }
 
 /// As MATCH and its like search; see functions/Lookup.cpp.
 double TypedTable::find(double sought) const
 {
     const std::size_t count = keys.size();
+    if (isClear) { // by halving without branches: which way it goes cannot be foreseen
+        const double* first = keys.data();
+        std::size_t rest = count;
+        while (rest > 1) {
+            const std::size_t half = rest / 2;
+            first = first[half - 1] <= sought ? first + half : first;
+            rest -= half;
+        }
+        return at(static_cast<std::size_t>(first - keys.data()) + (*first <= sought ? 1 : 0), sought);
+    }
     std::size_t found = count;
     if (how == How::Exact) {
         found = static_cast<std::size_t>(std::find(keys.begin(), keys.end(), sought) - keys.begin());

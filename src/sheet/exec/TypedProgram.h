@@ -55,11 +55,13 @@ namespace varnex3::sheet {
     OPERATION(Either, 2, x != 0.0 || y != 0.0 ? 1.0 : 0.0)                                                   \
     OPERATION(Power, 2, x == 0.0 && y < 0.0 ? HUGE_VAL : power(x, y))                                        \
     OPERATION(One, 1, ones[in.b](x))                                                                         \
-    OPERATION(Two, 2, twos[in.c](x, y))                                                                      \
+    OPERATION(Two, 2, twos[in.c](x, y))
+#define VARNEX3_LOOKUPS(OPERATION)                                                                           \
     OPERATION(Find, 1, tables[in.b].find(x))                                                                 \
     OPERATION(Pick, 2, tables[in.c].pick(x, y))
 #define VARNEX3_TYPED_OPERATIONS(OPERATION)                                                                  \
-    VARNEX3_PLAIN_OPERATIONS(OPERATION) VARNEX3_COMPARISONS(OPERATION) VARNEX3_GUARDED_OPERATIONS(OPERATION)
+    VARNEX3_PLAIN_OPERATIONS(OPERATION)                                                                      \
+    VARNEX3_COMPARISONS(OPERATION) VARNEX3_GUARDED_OPERATIONS(OPERATION) VARNEX3_LOOKUPS(OPERATION)
 
 /// The operands a, b, c and e are x, y, z and w, and d takes the result.
 enum class TypedOp : std::uint16_t {
@@ -97,10 +99,13 @@ struct TypedTable {
     std::vector<std::pair<Slot, Kind>> cells;    // row by row; none: the position itself is the result
     std::size_t rows = 0, cols = 0;
     std::vector<double> keys, values; // as they are now; NaN for what is no number
+    bool isClear = false;             // keys that ascend are sought in, and all of them clearly apart
 
     void read(const Value* store);
     double find(double sought) const; // NaN when there is none
     double pick(double row, double col) const;
+    /// What `find` gives when `notAbove` keys of a clear table are at most the number sought.
+    double at(std::size_t notAbove, double sought) const;
 };
 
 struct TypedInstruction {
