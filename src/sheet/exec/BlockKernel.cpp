@@ -101,25 +101,36 @@ template <class F>
     return taken != 0;
 }
 
-/// Looks up all lanes; in a short table that ascends by counting the keys that are not above.
+/// Looks up all lanes; in a table that ascends by counting the keys that are not above, of those between the
+/// least and the greatest number sought.
 [[gnu::always_inline]] inline void findLanes(double* __restrict d, const double* x, const TypedTable& table)
 {
-    constexpr std::size_t kShort = 64;
-    constexpr std::size_t kChunk = 16;
-    if (!table.isClear || table.keys.size() > kShort) {
+    constexpr std::ptrdiff_t kMostKeys = 48;
+    constexpr double kClose = 0x1p-40; // as in compareLanes
+    double least = HUGE_VAL, most = -HUGE_VAL;
+    for (std::size_t l = 0; l < kLanes; ++l) {
+        least = x[l] < least ? x[l] : least;
+        most = x[l] > most ? x[l] : most;
+    }
+    const auto begin = table.keys.begin(), end = table.keys.end();
+    const auto first = std::upper_bound(begin, end, least), last = std::upper_bound(first, end, most);
+    bool plain = table.isClear && last - first <= kMostKeys;
+    if (plain) {
+        const auto before = static_cast<double>(first - begin);
+        for (std::size_t l = 0; l < kLanes; ++l) d[l] = before;
+        for (auto key = first; key != last; ++key)
+            for (std::size_t l = 0; l < kLanes; ++l) d[l] += *key <= x[l] ? 1.0 : 0.0;
+        std::uint64_t close = 0;
+        for (std::size_t l = 0; l < kLanes; ++l) {
+            const auto notAbove = static_cast<std::size_t>(d[l]);
+            const double apart = table.above[notAbove] - x[l];
+            close |= apart <= std::fabs(x[l]) * kClose ? 1U : 0U;
+            d[l] = isFinite(x[l]) ? table.results[notAbove] : kNoNumber;
+        }
+        plain = close == 0;
+    }
+    if (!plain)
         for (std::size_t l = 0; l < kLanes; ++l) d[l] = isFinite(x[l]) ? table.find(x[l]) : kNoNumber;
-        return;
-    }
-    const double* keys = table.keys.data();
-    const std::size_t count = table.keys.size();
-    for (std::size_t l = 0; l < kLanes; l += kChunk) {
-        double below[kChunk] = {};
-        for (std::size_t i = 0; i < count; ++i)
-            for (std::size_t k = 0; k < kChunk; ++k) below[k] += keys[i] <= x[l + k] ? 1.0 : 0.0;
-        for (std::size_t k = 0; k < kChunk; ++k) d[l + k] = below[k];
-    }
-    for (std::size_t l = 0; l < kLanes; ++l)
-        d[l] = isFinite(x[l]) ? table.at(static_cast<std::size_t>(d[l]), x[l]) : kNoNumber;
 }
 
 [[gnu::always_inline]] inline bool any(const std::uint64_t* mask)

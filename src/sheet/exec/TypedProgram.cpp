@@ -31,16 +31,13 @@ void TypedTable::read(const Value* store)
         values.push_back(kind == Kind::Number ? store[slot].number()
                                               : std::numeric_limits<double>::quiet_NaN());
     const auto close = [](double a, double b) { return compareNumbers(a, b) >= 0; };
+    above.assign(keys.begin(), keys.end());
+    above.push_back(HUGE_VAL);
+    results.assign(1, std::numeric_limits<double>::quiet_NaN());
+    for (std::size_t k = 0; k < keys.size(); ++k)
+        results.push_back(values.empty() ? static_cast<double>(k + 1) : values[k]);
     isClear = how == How::Ascending && !keys.empty() &&
               std::adjacent_find(keys.begin(), keys.end(), close) == keys.end();
-}
-
-double TypedTable::at(std::size_t notAbove, double sought) const
-{
-    // A key just above the number may count as equal to it.
-    if (notAbove < keys.size() && compareNumbers(keys[notAbove], sought) <= 0) ++notAbove;
-    if (notAbove == 0) return std::numeric_limits<double>::quiet_NaN();
-    return values.empty() ? static_cast<double>(notAbove) : values[notAbove - 1];
 }
 
 /// As MATCH and its like search; see functions/Lookup.cpp.
@@ -55,7 +52,11 @@ double TypedTable::find(double sought) const
             first = first[half - 1] <= sought ? first + half : first;
             rest -= half;
         }
-        return at(static_cast<std::size_t>(first - keys.data()) + (*first <= sought ? 1 : 0), sought);
+        const std::size_t notAbove =
+            static_cast<std::size_t>(first - keys.data()) + (*first <= sought ? 1 : 0);
+        // A key just above the number may count as equal to it.
+        const bool counts = notAbove < count && compareNumbers(keys[notAbove], sought) <= 0;
+        return results[counts ? notAbove + 1 : notAbove];
     }
     std::size_t found = count;
     if (how == How::Exact) {

@@ -100,12 +100,12 @@ struct TypedTable {
     std::size_t rows = 0, cols = 0;
     std::vector<double> keys, values; // as they are now; NaN for what is no number
     bool isClear = false;             // keys that ascend are sought in, and all of them clearly apart
+    // Of a clear table, by the number of keys that are not above: the next key, and the result.
+    std::vector<double> above, results;
 
     void read(const Value* store);
     double find(double sought) const; // NaN when there is none
     double pick(double row, double col) const;
-    /// What `find` gives when `notAbove` keys of a clear table are at most the number sought.
-    double at(std::size_t notAbove, double sought) const;
 };
 
 struct TypedInstruction {
