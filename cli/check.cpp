@@ -61,10 +61,49 @@ public:
             text += fmt::format("  and {} more; --json lists all\n", remarks.size() - kMost);
     }
 
+    /// Other books and the cells that use them. Files number them, or name them in the formulas.
+    void links(const std::vector<std::string>& targets, const std::vector<sheet::CellRemark>& users)
+    {
+        json["externalLinks"] = nlohmann::json::array();
+        if (targets.empty() && users.empty()) return;
+        text += fmt::format("\nExternal links ({}); cells that use them keep their stored values:\n",
+                            targets.size());
+        std::vector<bool> told(users.size());
+        for (std::size_t i = 0; i < targets.size(); ++i) {
+            const std::string number = "[" + std::to_string(i + 1) + "]";
+            const std::string file = "[" + targets[i].substr(targets[i].find_last_of("/\\") + 1) + "]";
+            std::vector<std::string> cells;
+            for (std::size_t k = 0; k < users.size(); ++k) {
+                if (users[k].text.find(number) == std::string::npos &&
+                    users[k].text.find(file) == std::string::npos)
+                    continue;
+                told[k] = true;
+                cells.push_back(name(users[k].cell));
+            }
+            addLink(targets[i], cells);
+        }
+        std::vector<std::string> others;
+        for (std::size_t k = 0; k < users.size(); ++k)
+            if (!told[k]) others.push_back(name(users[k].cell) + " " + users[k].text);
+        if (!others.empty()) addLink("not listed in the file", others);
+    }
+
     std::string text;
     nlohmann::json json;
 
 private:
+    void addLink(const std::string& target, const std::vector<std::string>& cells)
+    {
+        constexpr std::size_t kMost = 10;
+        json["externalLinks"].push_back({{"target", target}, {"cells", cells}});
+        text += fmt::format("  {}\n", target);
+        if (cells.empty()) text += "    used by no formula\n";
+        for (std::size_t i = 0; i < std::min(cells.size(), kMost); ++i)
+            text += fmt::format("    {}\n", cells[i]);
+        if (cells.size() > kMost)
+            text += fmt::format("    and {} more; --json lists all\n", cells.size() - kMost);
+    }
+
     std::string name(const sheet::CellAddress& cell) const
     {
         return sheet::quotedSheetName(book_.sheetName(cell.sheet)) + "!" + sheet::a1Text(cell);
@@ -122,10 +161,17 @@ int runCheck(const CheckArguments& arguments)
                    {"calculateSeconds", calculateSeconds}};
     report.list("different", "Cells whose recalculated value differs from the stored one",
                 withValues(book, found.different));
+    for (std::size_t i = 0; i < found.different.size(); ++i) {
+        nlohmann::json& cell = report.json["different"][i];
+        cell["formula"] = found.different[i].text;
+        cell["value"] = shown(workbook::toVariant(book.value(found.different[i].cell)));
+        cell["stored"] = shown(workbook::toVariant(book.storedValue(found.different[i].cell)));
+    }
     report.list("unknownFunctions", "Functions that the engine does not know; the cells read #NAME?",
                 found.unknownFunctions);
     report.list("unparsable", "Formulas that cannot be read; the cells read #NAME?", found.unparsable);
     report.list("unsupported", "Features that are not evaluated", found.unsupported);
+    report.links(found.links, found.externals);
     report.list("circular", "Circular references", found.circular);
     report.list("volatile", "Volatile cells, which change at every recalculation", found.volatiles);
     report.json["notices"] = nlohmann::json::array();
@@ -146,7 +192,8 @@ int runCheck(const CheckArguments& arguments)
     if (arguments.json != "-") fmt::print("{}", report.text);
     if (!arguments.json.empty()) writeJson(arguments.json, report.json);
     const bool sound = found.different.empty() && found.unknownFunctions.empty() &&
-                       found.unparsable.empty() && found.unsupported.empty() && found.circular.empty();
+                       found.unparsable.empty() && found.unsupported.empty() && found.externals.empty() &&
+                       found.circular.empty();
     return sound ? exitCode::Done : exitCode::RunFailed;
 }
 

@@ -1,9 +1,10 @@
-// fuzz/workbook_fuzz.cpp - the file reader against any bytes: it reads them or raises FileError, in
+// fuzz/workbook_fuzz.cpp - the file readers against any bytes: they read them or raise FileError, in
 // bounded time and memory.
 //
-// Input that begins like an archive is a whole file. Any other holds the texts of the parts in the order
-// of kPartNames, a zero byte between them, and is packed first: check sums would keep changes of one
-// part from ever reaching the next.
+// Input that begins like an archive is a whole file. A first byte 1 means separated values, a first byte 2
+// the content part of an open document spreadsheet. Any other input holds the texts of the parts of a
+// workbook in the order of kPartNames, a zero byte between them. Parts are packed first: check sums would
+// keep changes of one part from ever reaching the next.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -13,7 +14,7 @@
 
 #include <zip.h>
 
-#include "sheet/xlsx/Reader.h"
+#include "sheet/files/Open.h"
 
 namespace {
 
@@ -71,15 +72,16 @@ private:
     SheetIndex sheets_ = 0;
 };
 
+constexpr const char* kDocumentNames[] = {"content.xml", "mimetype"};
 constexpr const char* kPartNames[] = {"xl/workbook.xml", "xl/_rels/workbook.xml.rels", "xl/s.xml", "xl/t.xml",
                                       "xl/y.xml",        "xl/_rels/s.xml.rels",        "xl/tb.xml"};
 
-std::string packed(std::string_view texts)
+std::string packed(std::string_view texts, std::span<const char* const> names)
 {
     zip_source_t* target = zip_source_buffer_create(nullptr, 0, 0, nullptr);
     zip_source_keep(target);
     zip_t* zip = zip_open_from_source(target, ZIP_TRUNCATE, nullptr);
-    for (const char* name : kPartNames) {
+    for (const char* name : names) {
         const std::size_t end = texts.find('\0');
         const std::string_view text = texts.substr(0, end);
         const zip_int64_t index =
@@ -110,9 +112,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     limits.cells = 100'000;
     CountingBuilder builder;
     const std::string_view input(reinterpret_cast<const char*>(data), size);
-    const std::string file = input.substr(0, 2) == "PK" ? std::string(input) : packed(input);
+    const char first = input.empty() ? '\0' : input[0];
+    const std::string file =
+        input.substr(0, 2) == "PK" ? std::string(input)
+        : first == '\1'            ? std::string(input.substr(1))
+        : first == '\2' ? packed(std::string(input.substr(1)) + std::string("\0x", 2), kDocumentNames)
+                        : packed(input, kPartNames);
     try {
-        readWorkbook(std::as_bytes(std::span(file)), "input", builder, limits);
+        openFile(std::as_bytes(std::span(file)), first == '\1' ? "input.csv" : "input.xlsx", builder, limits);
     } catch (const FileError&) {
         return 0;
     }

@@ -40,6 +40,9 @@ SORT SORTBY TAKE TEXTAFTER TEXTBEFORE TEXTSPLIT TOCOL TOROW UNIQUE VSTACK WRAPCO
 ARRAYTOTEXT VALUETOTEXT ODDFPRICE ODDFYIELD""".split())
 CHANGING = set("RAND RANDBETWEEN NOW TODAY RANDARRAY INFO CELL".split())
 
+# Families that are saved as .ods too.
+AS_DOCUMENTS = ["operators", "lookup", "dates"]
+
 # Sheet "Data", written as @ in the formulas below.
 DATA = {
     "A": [3, -1.5, 0, 12, 7, 2.25, 100, -40, 0.001, 5],
@@ -405,8 +408,15 @@ def main():
         paths = [str(write(name, families[name], folder)) for name in arguments or families]
         if not arguments:
             paths += [str(study_cells(folder)), str(tables(folder))]
-        subprocess.run(["soffice", f"-env:UserInstallation=file://{folder}/profile", "--headless", "--convert-to",
-                        "xlsx:Calc MS Excel 2007 XML", "--outdir", str(TARGET), *paths], check=True)
+        convert("xlsx:Calc MS Excel 2007 XML", folder, paths)
+        convert("ods", folder, [str(TARGET / f"corpus_{n}.xlsx") for n in AS_DOCUMENTS if n in (arguments or families)])
+
+
+def convert(kind, folder, paths):
+    """Lets LibreOffice open, recalculate and save the files."""
+    if paths:
+        subprocess.run(["soffice", f"-env:UserInstallation=file://{folder}/profile", "--headless", "--convert-to", kind,
+                        "--outdir", str(TARGET), *paths], check=True)
 
 
 if __name__ == "__main__":

@@ -8,8 +8,8 @@
 #include <sys/utsname.h>
 
 #include "runtime/Number.h"
+#include "sheet/files/Open.h"
 #include "sheet/format/Convert.h"
-#include "sheet/xlsx/Reader.h"
 #include "sheet/xlsx/Writer.h"
 #include "workbook/Batch.h"
 #include "workbook/Convert.h"
@@ -139,14 +139,18 @@ Ref<host::Workbook> EmbeddedApplication::open(const std::string& path)
     const std::string name = file.filename().string();
     if (findWorkbook(name)) refuse("a workbook called \"" + name + "\" is open already");
     auto book = std::make_unique<sheet::Book>();
-    const FileStamp stamp = stampOf(path);
+    FileStamp stamp = stampOf(path);
     asked([&] {
+        auto kind = sheet::FileKind::Workbook;
         try {
-            sheet::readWorkbook(path, book->builder());
+            kind = sheet::openFile(path, book->builder());
         } catch (const sheet::FileError& error) {
             refuse(error.what());
         }
         book->finishLoading();
+        if (kind == sheet::FileKind::Workbook) return;
+        book->forgetFile(); // it is saved as a new .xlsx, or not at all
+        stamp = {};
     });
     std::error_code code;
     const std::filesystem::path absolute = std::filesystem::absolute(file, code);

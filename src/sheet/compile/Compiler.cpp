@@ -67,8 +67,7 @@ void Compiler::node(const Tree& tree, const Node& n, Mode mode)
     case NodeKind::Structured: structured(tree, n, mode); break;
     case NodeKind::External:
         code_.keepsStored = true;
-        code_.remarks.push_back({CodeRemark::Why::Unsupported,
-                                 "external reference " + textOf(n.text) + "; keeps its stored value"});
+        code_.remarks.push_back({CodeRemark::Why::External, textOf(n.text)});
         constant(Failure::Ref);
         break;
     case NodeKind::Call: call(tree, n, mode); break;

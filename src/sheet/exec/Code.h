@@ -98,7 +98,7 @@ struct Lambda {
 
 /// Why a code's value cannot be trusted, or deserves a word.
 struct CodeRemark {
-    enum class Why : std::uint8_t { UnknownFunction, Unparsable, Unsupported } why;
+    enum class Why : std::uint8_t { UnknownFunction, Unparsable, Unsupported, External } why;
     std::string text;
 };
 

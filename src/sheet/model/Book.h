@@ -43,9 +43,11 @@ struct Inspection {
     std::vector<CellRemark> different;        // recalculated value differs from the stored one
     std::vector<CellRemark> unknownFunctions; // names a function that the engine does not have
     std::vector<CellRemark> unparsable;       // a formula that is none
-    std::vector<CellRemark> unsupported;      // a feature that is not evaluated (external links, ...)
+    std::vector<CellRemark> unsupported;      // a feature that is not evaluated
     std::vector<CellRemark> circular;         // cells of circular references, with the path
     std::vector<CellRemark> volatiles;        // change at every recalculation
+    std::vector<std::string> links;    // other books that the file refers to, as it numbers them from 1
+    std::vector<CellRemark> externals; // cells that use them, which keep their stored values: the reference
     std::vector<std::pair<std::string, std::string>> notices; // from the reader: where, what
 };
 
@@ -138,6 +140,8 @@ public:
     std::vector<NameState> changedNames() const;
     /// The book has been saved over its file: nothing differs from it any more.
     void markSaved();
+    /// The book counts as made here: it came from a kind of file that is not written back.
+    void forgetFile();
 
     // Recalculation.
     void calculate();    // what depends on cells changed since the last time, and volatile cells

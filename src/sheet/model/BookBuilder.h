@@ -53,6 +53,8 @@ public:
 
     /// The number format of a cell, as its code text; told only for formats that show dates.
     virtual void dateCell(const CellAddress& cell) = 0;
+    /// Another book that formulas refer to: a path or address. Told in the order in which they number them.
+    virtual void externalLink(std::string /*target*/) {}
     /// Something that the file holds and the engine does not evaluate, for the list that the user sees.
     virtual void notice(std::string where, std::string what) = 0;
 };

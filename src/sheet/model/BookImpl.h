@@ -68,6 +68,7 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     void arrayFormula(const Area& area, std::string_view text, Value stored, bool spills) override;
     void arrayResult(const CellAddress& cell, Value stored) override;
     void dateCell(const CellAddress& cell) override { store.setDate(makeCell(cell)); }
+    void externalLink(std::string target) override { links.push_back(std::move(target)); }
     void notice(std::string where, std::string what) override
     {
         notices.emplace_back(std::move(where), std::move(what));
@@ -123,6 +124,7 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     std::unordered_map<std::uint64_t, CodeId> sharedGroups; // sheet and group, while loading
     std::unordered_map<Slot, Value> storedResults;          // of array blocks' further cells
     std::vector<Value> stored;                              // by formula
+    std::vector<std::string> links;                         // other books that the file refers to
     std::vector<std::pair<std::string, std::string>> notices;
     CalculationSettings calculation;
     std::function<double()> uniform;

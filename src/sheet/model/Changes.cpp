@@ -102,4 +102,11 @@ void Book::markSaved()
     impl.loadedSheets = sheetCount();
 }
 
+void Book::forgetFile()
+{
+    for (DefinedName& defined : impl_->definedNames) defined.changed = true;
+    impl_->loadedNames.assign(impl_->sheetNames.size(), std::nullopt);
+    impl_->loadedSheets = 0;
+}
+
 } // namespace varnex3::sheet

@@ -42,6 +42,7 @@ void Book::Impl::inspectFormula(FormulaId f, Inspection& found)
     for (const CodeRemark& remark : code.remarks) {
         auto& list = remark.why == CodeRemark::Why::UnknownFunction ? found.unknownFunctions
                      : remark.why == CodeRemark::Why::Unparsable    ? found.unparsable
+                     : remark.why == CodeRemark::Why::External      ? found.externals
                                                                     : found.unsupported;
         list.push_back({at, remark.text});
     }
@@ -83,6 +84,7 @@ Inspection Book::Impl::inspect()
             return true;
         });
     }
+    found.links = links;
     found.notices = notices;
     return found;
 }

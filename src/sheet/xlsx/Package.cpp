@@ -87,7 +87,7 @@ std::string describeForeign(std::string_view bytes)
     const std::size_t first = text.find_first_not_of(" \t\r\n");
     if (first != std::string_view::npos && text[first] == '<') return describeMarkup(text);
     if (looksLikeText(head) || beginsWith(head, "\xFF\xFE") || beginsWith(head, "\xFE\xFF"))
-        return std::string("this is plain text, such as .csv, not a workbook; ") + kSaveAsXlsx;
+        return "this is plain text, not a workbook; a file of separated values needs the ending .csv or .tsv";
     return std::string("this is not an .xlsx workbook; ") + kSaveAsXlsx;
 }
 
@@ -261,8 +261,6 @@ void Package::listParts()
     if (has("xl/workbook.bin")) fail("", std::string("this is a binary workbook (.xlsb); ") + kSaveAsXlsx);
     if (has("word/document.xml") || has("ppt/presentation.xml"))
         fail("", "this is a text document or a presentation, not a workbook");
-    if (has("mimetype") && has("content.xml"))
-        fail("", std::string("this is an open document spreadsheet (.ods); ") + kSaveAsXlsx);
 }
 
 bool Package::has(const std::string& part) const { return archive_->parts.count(normalized(part)) != 0; }

@@ -277,15 +277,14 @@ std::vector<Value> readSharedStrings(Package& package, const std::string& part)
     return std::move(handler.texts);
 }
 
-void tellExternalLinks(Package& package, const std::vector<std::string>& parts, Notices& notices)
+void tellExternalLinks(Package& package, const std::vector<std::string>& parts, BookBuilder& builder)
 {
-    for (std::size_t i = 0; i < parts.size(); ++i) {
-        const std::string link = "external link " + std::to_string(i + 1);
+    for (const std::string& part : parts) {
         std::string path = "(no path given)";
-        if (!parts[i].empty())
-            for (const Relationship& r : package.relationships(parts[i]))
+        if (!part.empty())
+            for (const Relationship& r : package.relationships(part))
                 if (r.external) path = r.target;
-        notices.tell("link", "workbook", link + ": " + path);
+        builder.externalLink(std::move(path));
     }
 }
 

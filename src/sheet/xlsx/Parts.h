@@ -70,7 +70,7 @@ private:
 /// The shared texts in order.
 std::vector<Value> readSharedStrings(Package& package, const std::string& part);
 
-/// "external link 2: prices.xlsx" for each link, as formulas number them.
-void tellExternalLinks(Package& package, const std::vector<std::string>& parts, Notices& notices);
+/// Tells what each link leads to, in the order in which formulas number them.
+void tellExternalLinks(Package& package, const std::vector<std::string>& parts, BookBuilder& builder);
 
 } // namespace varnex3::sheet::xlsx

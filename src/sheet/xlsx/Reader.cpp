@@ -153,7 +153,7 @@ private:
             const Relationship* link = findById(id);
             links.push_back(link ? link->target : std::string());
         }
-        xlsx::tellExternalLinks(package_, links, notices_);
+        xlsx::tellExternalLinks(package_, links, builder_);
         if (!partOfType(relationships_, "vbaProject").empty())
             notices_.tell("macros", "workbook", "macros are kept, not run");
     }
@@ -211,8 +211,10 @@ private:
     std::vector<std::optional<SheetIndex>> position_;           // of all sheets, to the builder's index
 };
 
+} // namespace
+
 // A builder may refuse what a file asks for; the message then needs the file's name.
-void readPackage(Package& package, BookBuilder& builder)
+void readWorkbook(Package& package, BookBuilder& builder)
 {
     try {
         WorkbookReader(package, builder).read();
@@ -223,19 +225,17 @@ void readPackage(Package& package, BookBuilder& builder)
     }
 }
 
-} // namespace
-
 void readWorkbook(const std::string& path, BookBuilder& builder, const ReadLimits& limits)
 {
     Package package(path, limits);
-    readPackage(package, builder);
+    readWorkbook(package, builder);
 }
 
 void readWorkbook(std::span<const std::byte> bytes, const std::string& name, BookBuilder& builder,
                   const ReadLimits& limits)
 {
     Package package(bytes, name, limits);
-    readPackage(package, builder);
+    readWorkbook(package, builder);
 }
 
 } // namespace varnex3::sheet

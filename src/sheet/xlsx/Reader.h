@@ -10,6 +10,10 @@
 
 namespace varnex3::sheet {
 
+namespace xlsx {
+class Package;
+}
+
 /// A file that cannot be read: the message names the file, the part or sheet and cell, and what to do.
 class FileError : public std::runtime_error {
 public:
@@ -32,5 +36,8 @@ void readWorkbook(const std::string& path, BookBuilder& builder, const ReadLimit
 /// The same from memory; `name` stands for the path in messages.
 void readWorkbook(std::span<const std::byte> bytes, const std::string& name, BookBuilder& builder,
                   const ReadLimits& limits = {});
+
+/// The same from an archive that is open already.
+void readWorkbook(xlsx::Package& package, BookBuilder& builder);
 
 } // namespace varnex3::sheet

@@ -40,6 +40,15 @@ const char* Tag::attribute(const char* wanted) const
     return nullptr;
 }
 
+const char* Tag::attribute(std::string_view from, std::string_view wanted) const
+{
+    for (const char* const* a = attributes; *a; a += 2) {
+        const QualifiedName found = split(*a);
+        if (found.name == wanted && found.space == from) return a[1];
+    }
+    return nullptr;
+}
+
 const char* Tag::qualified(std::string_view wanted) const
 {
     for (const char* const* a = attributes; *a; a += 2) {

@@ -23,6 +23,8 @@ struct Tag {
 
     /// Value of the attribute without a prefix; null when there is none.
     const char* attribute(const char* wanted) const;
+    /// Value of the attribute in the namespace `from`.
+    const char* attribute(std::string_view from, std::string_view wanted) const;
     /// Value of the attribute of that local name in any namespace.
     const char* qualified(std::string_view wanted) const;
     /// Whether the element belongs to the workbook vocabulary (transitional or strict) or to none.

@@ -118,7 +118,7 @@ TEST(Book, InspectionComparesAndLists)
     EXPECT_EQ(found.unknownFunctions[0].text, "FROBNICATE");
     ASSERT_EQ(found.unparsable.size(), 1u);
     EXPECT_EQ(found.unparsable[0].cell, at("C2"));
-    ASSERT_EQ(found.unsupported.size(), 1u);
+    ASSERT_EQ(found.externals.size(), 1u);
     EXPECT_EQ(shown(book.value(at("C3"))), "42"); // keeps what was stored
     ASSERT_EQ(found.circular.size(), 2u);
     EXPECT_EQ(found.circular[0].text, "C4 -> C5 -> C4");

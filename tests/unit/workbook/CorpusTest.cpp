@@ -25,7 +25,8 @@ std::vector<fs::path> workbooks()
     std::vector<fs::path> found;
     for (const char* folder : {CORVANE_TEST_DATA "/workbooks", CORVANE_EXAMPLES})
         for (const auto& entry : fs::recursive_directory_iterator(folder))
-            if (entry.path().extension() == ".xlsx") found.push_back(entry.path());
+            if (entry.path().extension() == ".xlsx" || entry.path().extension() == ".ods")
+                found.push_back(entry.path());
     std::sort(found.begin(), found.end());
     return found;
 }

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cmath>
 #include <filesystem>
+#include <fstream>
 #include <limits>
 
 #include "workbook/Convert.h"
@@ -40,6 +41,27 @@ protected:
 
     Ref<EmbeddedApplication> application = std::make_shared<EmbeddedApplication>();
 };
+
+// Kinds of files that are read only become new workbooks when they are saved.
+TEST_F(Embedded, SavesReadOnlyKindsAsNewWorkbooks)
+{
+    const std::filesystem::path folder = testing::TempDir();
+    const std::string table = (folder / "corvane_table.csv").string(),
+                      copy = (folder / "corvane_table.xlsx").string();
+    std::ofstream(table) << "x;2024-02-29\n2;=A2*3\n";
+    const Ref<host::Workbook> opened = application->open(table);
+    put("corvane_table!A2", 5.0);
+    application->Calculate();
+    EXPECT_THAT(errorOf([&] { application->save(*opened, table); }), HasSubstr("must end in .xlsx"));
+    application->save(*opened, copy);
+    const auto other = std::make_shared<EmbeddedApplication>();
+    const Ref<host::Workbook> saved = other->open(copy);
+    EXPECT_EQ(other->range("corvane_table!B2")->Value(), Variant(15.0));
+    EXPECT_EQ(other->book(*saved).content({0, 1, 1}), "=A2*3");
+    EXPECT_EQ(other->book(*saved).content({0, 0, 0}), "x");
+    std::filesystem::remove(table);
+    std::filesystem::remove(copy);
+}
 
 TEST_F(Embedded, OpensFilesAndFindsThemByName)
 {

@@ -8,6 +8,7 @@
 
 #include <zip.h>
 
+#include "sheet/files/Open.h"
 #include "sheet/formula/Parser.h"
 
 namespace varnex3::sheet::test {
@@ -130,23 +131,47 @@ void Recorder::arrayResult(const CellAddress& cell, Value stored)
     cells.push_back(at(cell) + " result " + shown(stored));
 }
 void Recorder::dateCell(const CellAddress& cell) { cells.push_back(at(cell) + " is a date"); }
+void Recorder::externalLink(std::string target) { notices.push_back("link to " + target); }
 void Recorder::notice(std::string where, std::string what) { notices.push_back(where + ": " + what); }
 
-Recorder recorded(const std::string& bytes, const ReadLimits& limits)
+Recorder recordedAs(const std::string& name, const std::string& bytes, const ReadLimits& limits)
 {
     Recorder recorder;
-    readWorkbook(std::as_bytes(std::span(bytes)), "book.xlsx", recorder, limits);
+    openFile(std::as_bytes(std::span(bytes)), name, recorder, limits);
     return recorder;
 }
 
-std::string refusal(const std::string& bytes, const ReadLimits& limits)
+std::string refusalAs(const std::string& name, const std::string& bytes, const ReadLimits& limits)
 {
     try {
-        recorded(bytes, limits);
+        recordedAs(name, bytes, limits);
     } catch (const FileError& error) {
         return error.what();
     }
     return {};
+}
+
+Recorder recorded(const std::string& bytes, const ReadLimits& limits)
+{
+    return recordedAs("book.xlsx", bytes, limits);
+}
+
+std::string refusal(const std::string& bytes, const ReadLimits& limits)
+{
+    return refusalAs("book.xlsx", bytes, limits);
+}
+
+std::string openDocument(const std::string& spreadsheet)
+{
+    const std::string names = "urn:oasis:names:tc:opendocument:xmlns:";
+    return zipped(
+        {{"mimetype", "application/vnd.oasis.opendocument.spreadsheet"},
+         {"content.xml",
+          "<o:document-content xmlns:o=\"" + names + "office:1.0\" xmlns:t=\"" + names +
+              "table:1.0\" xmlns:x=\"" + names +
+              "text:1.0\" xmlns:c=\"urn:org:documentfoundation:names:experimental:calc:xmlns:calcext:1.0\">"
+              "<o:body><o:spreadsheet>" +
+              spreadsheet + "</o:spreadsheet></o:body></o:document-content>"}});
 }
 
 } // namespace varnex3::sheet::test

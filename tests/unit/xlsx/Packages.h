@@ -35,6 +35,7 @@ public:
     void arrayFormula(const Area& area, std::string_view text, Value stored, bool spills) override;
     void arrayResult(const CellAddress& cell, Value stored) override;
     void dateCell(const CellAddress& cell) override;
+    void externalLink(std::string target) override;
     void notice(std::string where, std::string what) override;
 
     std::vector<std::string> cells; // calls that concern cells
@@ -44,10 +45,17 @@ public:
     CalculationSettings told;
 };
 
-/// What the reader tells of these bytes; raises FileError as it does.
+/// What the reader tells of these bytes, as of a file called "book.xlsx"; raises FileError as it does.
 Recorder recorded(const std::string& bytes, const ReadLimits& limits = {});
 
 /// The message with which the reader refuses these bytes; empty when it takes them.
 std::string refusal(const std::string& bytes, const ReadLimits& limits = {});
+
+/// The same for a file of that name.
+Recorder recordedAs(const std::string& name, const std::string& bytes, const ReadLimits& limits = {});
+std::string refusalAs(const std::string& name, const std::string& bytes, const ReadLimits& limits = {});
+
+/// An open document spreadsheet: what stands inside <office:spreadsheet>.
+std::string openDocument(const std::string& spreadsheet);
 
 } // namespace varnex3::sheet::test

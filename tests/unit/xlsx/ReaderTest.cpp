@@ -168,7 +168,7 @@ TEST(Reader, KeepsTabOrderNamesAndSettings)
                             HasSubstr("name RATE: it is defined twice"),
                             HasSubstr("name m: it stands for a macro"),
                             HasSubstr("name lost: it belongs to a sheet that the file does not have"),
-                            "workbook: external link 1: prices.xlsx", "workbook: macros are kept, not run",
+                            "link to prices.xlsx", "workbook: macros are kept, not run",
                             HasSubstr("sheet \"T&wo\": the columns of table Sales do not fit its cells"),
                             HasSubstr("sheet \"T&wo\": a pivot table")));
 }
@@ -221,6 +221,27 @@ TEST(Reader, GoesByNamespacesNotPrefixes)
     for (char c : text) wide += {c, '\0'};
     for (const std::string& part : {text, wide})
         EXPECT_THAT(ofRows("", {{"xl/worksheets/sheet1.xml", part}}).cells, ElementsAre("A1 = 1"));
+}
+
+// The strict form of a whole file: other namespaces and types of relationships, dates as texts.
+TEST(Reader, ReadsStrictFiles)
+{
+    Parts parts =
+        workbookParts(R"(<row r="1"><c r="A1" t="s"><v>0</v></c><c r="B1" t="d"><v>2024-02-29</v></c>)"
+                      R"(<c r="C1"><f>B1+1</f><v>45352</v></c></row>)",
+                      {{"xl/sharedStrings.xml", "<sst xmlns=\"" + kMain + "\"><si><t>day</t></si></sst>"}});
+    const std::pair<std::string, std::string> names[] = {
+        {kMain, "http://purl.oclc.org/ooxml/spreadsheetml/main"},
+        {"http://schemas.openxmlformats.org/officeDocument/2006/relationships",
+         "http://purl.oclc.org/ooxml/officeDocument/relationships"}};
+    for (auto& part : parts)
+        for (const auto& [transitional, strict] : names)
+            for (std::size_t at = 0; (at = part.second.find(transitional, at)) != std::string::npos;)
+                part.second.replace(at, transitional.size(), strict);
+    const Recorder found = recorded(zipped(parts));
+    EXPECT_THAT(found.sheets, ElementsAre("Data"));
+    EXPECT_THAT(found.cells, ElementsAre("A1 = 'day'", "B1 = 45351", "B1 is a date", "C1 : B1+1 -> 45352"));
+    EXPECT_THAT(found.notices, IsEmpty());
 }
 
 // Saved by a desktop program: tools/make_test_workbooks.py.
