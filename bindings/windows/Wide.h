@@ -4,11 +4,12 @@
 #include <windows.h>
 
 #include <string>
+#include <string_view>
 
 namespace varnex3::windows {
 
 /// Bytes that are not UTF-8 become replacement characters.
-inline std::wstring wide(const std::string& text)
+inline std::wstring wide(std::string_view text)
 {
     const int bytes = static_cast<int>(text.size());
     std::wstring result(
@@ -17,7 +18,7 @@ inline std::wstring wide(const std::string& text)
     return result;
 }
 
-inline std::string narrow(const std::wstring& text)
+inline std::string narrow(std::wstring_view text)
 {
     const int units = static_cast<int>(text.size());
     std::string result(static_cast<std::size_t>(

@@ -8,8 +8,15 @@ namespace varnex3 {
 
 ErrorRecord& err()
 {
+#ifdef _WIN32
+    // A destructor that waits for the end of the thread would keep the library loaded until then.
+    thread_local ErrorRecord* record = nullptr;
+    if (!record) record = new ErrorRecord;
+    return *record;
+#else
     thread_local ErrorRecord record;
     return record;
+#endif
 }
 
 std::string standardText(Long number)

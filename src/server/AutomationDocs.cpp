@@ -95,7 +95,8 @@ Numbers of a client's own workbook objects come through unchanged. A client may 
 objects with the members `Application` (Calculate, Run, ScreenUpdating, StatusBar, Calculation, EnableEvents,
 DisplayAlerts, ActiveWorkbook, Workbooks, Version, OperatingSystem), `Workbooks` (Item, Add), `Workbook` (Name,
 Activate, Worksheets), `Worksheets` (Item, Count, Add), `Worksheet` (Name, Parent, Activate, Delete, Cells) and
-`Range` (Value, Formula, Address, Count, Worksheet, HasFormula, Select, Application). Only what a call uses has to be
+`Range` (Value, Formula, Address, Count, Worksheet, HasFormula, Select, Application). A `Run` that
+takes just two arguments receives the macro's name and an array of its arguments. Only what a call uses has to be
 there: optimizing and simulating need Calculate, ScreenUpdating, StatusBar and Calculation of the application,
 Workbooks.Item and Name for the reports, and Value, Formula, Address, Count, Worksheet and Application of cells.
 )";

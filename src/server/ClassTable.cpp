@@ -29,6 +29,15 @@ std::vector<const ClassRow*> joined()
     return all;
 }
 
+/// The classes that are the library's own.
+std::unordered_map<std::type_index, const ClassRow*> byType()
+{
+    std::unordered_map<std::type_index, const ClassRow*> own;
+    for (const ClassRow* row : classTable())
+        if (row->type) own.emplace(*row->type, row);
+    return own;
+}
+
 } // namespace
 
 std::span<const ClassRow* const> classTable()
@@ -39,11 +48,10 @@ std::span<const ClassRow* const> classTable()
 
 const ClassRow* classOf(const Object& object)
 {
-    thread_local std::unordered_map<std::type_index, const ClassRow*> known;
-    const auto [entry, isNew] = known.try_emplace(typeid(object), nullptr);
-    if (!isNew) return entry->second;
+    static const std::unordered_map<std::type_index, const ClassRow*> own = byType();
+    if (const auto found = own.find(typeid(object)); found != own.end()) return found->second;
     for (const ClassRow* row : classTable())
-        if (row->holds(object)) return entry->second = row;
+        if (row->holds(object)) return row; // hosts differ in their classes
     return nullptr;
 }
 

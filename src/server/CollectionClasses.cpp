@@ -41,6 +41,7 @@ constexpr ClassRow collectionOf()
             false,
             nullptr,
             isObject<KeyedCollection<T>>,
+            &typeid(KeyedCollection<T>),
             kMembers<T>,
             1,
             "Items of one kind in the order added, each by its position or key; what f.Xs, f.Ys, f.Cs, f.Gs "

@@ -107,7 +107,7 @@ constexpr MemberRow kRange[] = {
 template <class T>
 constexpr ClassRow hostClass(std::span<const MemberRow> members, Long defaultMember, const char* summary)
 {
-    return {kClassName<T>, false, nullptr, isObject<T>, members, defaultMember, summary, ""};
+    return {kClassName<T>, false, nullptr, isObject<T>, nullptr, members, defaultMember, summary, ""};
 }
 
 constexpr ClassRow kRows[] = {

@@ -24,6 +24,10 @@ Ref<T> hostObject(const Variant& v)
     return std::make_shared<T>(objectIn(v));
 }
 
+/// The result code of a call that failed for no stated reason, 0x80004005; so do wine's scripts refuse a
+/// wrong number of arguments.
+constexpr Long kNoReason = -2147467259;
+
 std::string textOf(const Variant& v) { return Convert<std::string>::from(v); }
 
 } // namespace
@@ -34,7 +38,19 @@ Variant ScriptedApplication::Run(const std::string& macro, std::span<const Varia
 {
     std::vector<Variant> list{macro};
     for (const Variant& argument : arguments) list.push_back(outward(argument));
-    return outside_.object()->invoke("Run", InvokeKind::Read, list);
+    if (!takesList_) {
+        try {
+            return outside_.object()->invoke("Run", InvokeKind::Read, list);
+        } catch (const Raised&) {
+            if (err().number != errors::ArgumentCount && err().number != kNoReason) throw;
+            caught();
+        }
+    }
+    auto array = std::make_shared<Array1<Variant>>();
+    for (std::size_t i = 1; i < list.size(); ++i) array->append(list[i]);
+    Variant result = outside_.read("Run", macro, VariantArray1(std::move(array)));
+    takesList_ = true;
+    return result;
 }
 
 bool ScriptedApplication::ScreenUpdating() { return toBoolean(outside_.read("ScreenUpdating")); }

@@ -55,6 +55,8 @@ public:
     using Scripted::Scripted;
 
     void Calculate() override;
+    /// A host whose Run refuses the number of arguments is given the name and an array of them: scripts
+    /// have no functions of any number of arguments.
     Variant Run(const std::string& macro, std::span<const Variant> arguments = {}) override;
     bool ScreenUpdating() override;
     void ScreenUpdating(bool on) override;
@@ -67,6 +69,9 @@ public:
     Ref<host::Workbooks> Workbooks() override;
     std::string Version() override;
     std::string OperatingSystem() override;
+
+private:
+    bool takesList_ = false; // Run is known to want an array
 };
 
 class ScriptedWorkbooks final : public host::Workbooks, public Scripted {

@@ -279,7 +279,7 @@ bool isObject(const Object& object)
 template <class T>
 constexpr ClassRow publicClass(std::span<const MemberRow> members, const char* summary, const char* example)
 {
-    return {kClassName<T>, true, makeObject<T>, isObject<T>, members, 0, summary, example};
+    return {kClassName<T>, true, makeObject<T>, isObject<T>, &typeid(T), members, 0, summary, example};
 }
 
 } // namespace varnex3::server

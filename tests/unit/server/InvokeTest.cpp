@@ -64,6 +64,23 @@ private:
     Ref<LateBound> inside_;
 };
 
+/// A script's application: Run has two parameters, and nothing else is asked of it.
+class ListRunner final : public LateBound {
+public:
+    std::vector<Variant> last;
+    int calls = 0;
+
+    std::optional<Long> memberId(std::string_view) override { return 1; }
+    using LateBound::invoke;
+    Variant invoke(Long, InvokeKind, std::span<Variant> arguments) override
+    {
+        ++calls;
+        if (arguments.size() != 2) raise(errors::ArgumentCount);
+        last.assign(arguments.begin(), arguments.end());
+        return 4;
+    }
+};
+
 class Invoke : public test::LibraryTest {
 protected:
     Invoke()
@@ -232,6 +249,20 @@ TEST_F(Invoke, CorrelationListsAreArraysOfTexts)
     mc.get("AddCorrelations", VariantArray2(std::make_shared<Array2<Variant>>(list)));
     EXPECT_EQ(mc.get("CorrelationList", 1, 3), Variant("0.5"));
     expectRaises(errors::TypeMismatch, [&] { mc.get("AddCorrelations", "x1"); });
+}
+
+TEST_F(Invoke, AScriptWithoutVariableArgumentListsGetsAnArray)
+{
+    const auto script = std::make_shared<ListRunner>();
+    ScriptedApplication application{Ref<LateBound>(script)};
+    const Variant arguments[] = {1, "two"};
+    EXPECT_EQ(application.Run("Report", arguments), Variant(4));
+    EXPECT_EQ(script->last[0], Variant("Report"));
+    EXPECT_EQ(*std::get<VariantArray1>(script->last[1].held()), (Array1<Variant>{1, "two"}));
+    EXPECT_EQ(script->calls, 2); // refused once
+    application.Run("Before");
+    EXPECT_TRUE(std::get<VariantArray1>(script->last[1].held())->empty());
+    EXPECT_EQ(script->calls, 3);
 }
 
 // The same study on the host itself and on its shadow made of late-bound objects.
