@@ -158,23 +158,37 @@ FormulaId FormulaTable::add(Slot slot, CodeId code)
     if (!free_.empty()) {
         const FormulaId f = free_.back();
         free_.pop_back();
-        cells_[f] = {slot, code, -1};
+        cells_[f] = {slot, code};
         return f;
     }
-    cells_.push_back({slot, code, -1});
+    cells_.push_back({slot, code});
     return static_cast<FormulaId>(cells_.size() - 1);
 }
 
 FormulaId FormulaTable::addBlock(Slot slot, CodeId code, const Area& area)
 {
     const FormulaId f = add(slot, code);
-    cells_[f].block = static_cast<std::int32_t>(blocks_.size());
-    blocks_.push_back(area);
+    setBlock(f, area);
     return f;
+}
+
+void FormulaTable::setBlock(FormulaId f, const Area& area)
+{
+    std::int32_t& block = cells_[f].block;
+    if (block < 0 && !freeBlocks_.empty()) {
+        block = freeBlocks_.back();
+        freeBlocks_.pop_back();
+    }
+    if (block < 0) {
+        block = static_cast<std::int32_t>(blocks_.size());
+        blocks_.emplace_back();
+    }
+    blocks_[static_cast<std::size_t>(block)] = area;
 }
 
 void FormulaTable::remove(FormulaId f)
 {
+    if (cells_[f].block >= 0) freeBlocks_.push_back(cells_[f].block);
     cells_[f] = {};
     free_.push_back(f);
 }

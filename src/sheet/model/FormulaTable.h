@@ -39,6 +39,8 @@ struct FormulaCell {
     Slot slot = kNoSlot; // of the first cell of a block
     CodeId code = kNoCode;
     std::int32_t block = -1; // index of the area of an array formula
+    bool spills = false;     // fills as many cells as its result has elements
+    bool gaveArray = false;  // so its last result was an array
 };
 
 class FormulaTable {
@@ -57,6 +59,11 @@ public:
     FormulaId add(Slot slot, CodeId code);
     FormulaId addBlock(Slot slot, CodeId code, const Area& area);
     void remove(FormulaId f);
+    void setSpills(FormulaId f) { cells_[f].spills = true; }
+    bool spills(FormulaId f) const { return cells_[f].spills; }
+    void setGaveArray(FormulaId f, bool array) { cells_[f].gaveArray = array; }
+    /// The cells of a formula from now on.
+    void setBlock(FormulaId f, const Area& area);
     std::size_t size() const { return cells_.size(); }
     bool isAlive(FormulaId f) const { return cells_[f].slot != kNoSlot; }
     const FormulaCell& cell(FormulaId f) const { return cells_[f]; }
@@ -83,6 +90,7 @@ private:
     std::vector<FormulaCell> cells_;
     std::vector<FormulaId> free_;
     std::vector<Area> blocks_;
+    std::vector<std::int32_t> freeBlocks_;
 };
 
 /// Changes the name of a sheet in a tree; whether it occurred.

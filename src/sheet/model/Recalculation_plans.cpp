@@ -116,6 +116,7 @@ void Recalculation::giveUp(Plan& plan, std::size_t position)
 std::optional<TrialCode> Recalculation::trialCode(const std::vector<Slot>& inputs,
                                                   const std::vector<Slot>& outputs)
 {
+    dropRemoved();
     if (!useTyped_ || all_ || !changed_.empty() || !written_.empty()) return std::nullopt;
     std::unordered_set<Slot> distinct;
     for (const Slot slot : inputs) {
@@ -128,7 +129,11 @@ std::optional<TrialCode> Recalculation::trialCode(const std::vector<Slot>& input
     // A formula that changes every time must have its turn in every trial.
     const bool repeats = std::none_of(everyTime_.begin(), everyTime_.end(),
                                       [&](FormulaId f) { return formulas_.code(f).isVolatile; });
-    if (!repeats || !plan.order.loops.empty()) return std::nullopt;
+    // A block may grow into cells that count as fixed.
+    const bool grows = std::any_of(plan.order.formulas.begin(), plan.order.formulas.end(), [&](FormulaId f) {
+        return formulas_.spills(f) && formulas_.typed(f).steps.empty();
+    });
+    if (!repeats || grows || !plan.order.loops.empty()) return std::nullopt;
     TrialCode code;
     TypedProgram typed;
     if (!plan.appendNeeded(store_, formulas_, pool_, outputs, typed, code.operands)) return std::nullopt;

@@ -314,11 +314,10 @@ private:
             area = own;
         }
         if (!area.isCell()) {
-            if (!dynamic_)
-                countCells(static_cast<std::size_t>(area.rows()) * static_cast<std::size_t>(area.cols()) - 1);
+            countCells(static_cast<std::size_t>(area.rows()) * static_cast<std::size_t>(area.cols()) - 1);
             cover_.add(area);
         }
-        context_.builder.arrayFormula(dynamic_ ? own : area, text, value(), dynamic_);
+        context_.builder.arrayFormula(area, text, value(), dynamic_);
     }
 
     void notice(const std::string& kind, std::string what)
