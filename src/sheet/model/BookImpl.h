@@ -72,6 +72,7 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     void sharedFollower(const CellAddress& cell, std::uint32_t group, Value stored) override;
     void arrayFormula(const Area& area, std::string_view text, Value stored, bool spills) override;
     void arrayResult(const CellAddress& cell, Value stored) override;
+    void dataTable(const Area& area, const DataTable& table, Value stored) override;
     void dateCell(const CellAddress& cell) override { store.setDate(makeCell(cell)); }
     void notice(std::string where, std::string what) override
     {

@@ -16,6 +16,7 @@
 #include "sheet/exec/Code.h"
 #include "sheet/exec/Store.h"
 #include "sheet/formula/Tree.h"
+#include "sheet/model/BookBuilder.h"
 
 namespace varnex3::sheet {
 
@@ -40,6 +41,7 @@ struct FormulaCell {
     CodeId code = kNoCode;
     std::int32_t block = -1; // index of the area of an array formula
     bool spills = false;     // fills as many cells as its result has elements
+    bool isTable = false;    // a data table
     bool gaveArray = false;  // so its last result was an array
 };
 
@@ -58,6 +60,9 @@ public:
 
     FormulaId add(Slot slot, CodeId code);
     FormulaId addBlock(Slot slot, CodeId code, const Area& area);
+    FormulaId addDataTable(Slot slot, const Area& area, const DataTable& table);
+    bool isDataTable(FormulaId f) const { return cells_[f].isTable; }
+    const DataTable& dataTable(FormulaId f) const { return dataTables_.at(f); }
     void remove(FormulaId f);
     void setSpills(FormulaId f) { cells_[f].spills = true; }
     bool spills(FormulaId f) const { return cells_[f].spills; }
@@ -91,6 +96,7 @@ private:
     std::vector<FormulaId> free_;
     std::vector<Area> blocks_;
     std::vector<std::int32_t> freeBlocks_;
+    std::unordered_map<FormulaId, DataTable> dataTables_;
 };
 
 /// Changes the name of a sheet in a tree; whether it occurred.

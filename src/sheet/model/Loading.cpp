@@ -120,6 +120,15 @@ void Book::Impl::arrayFormula(const Area& area, std::string_view text, Value val
     storeLoaded(f, store.find(corner), std::move(value));
 }
 
+void Book::Impl::dataTable(const Area& area, const DataTable& table, Value value)
+{
+    const FormulaId f = formulas.addDataTable(makeCell({area.sheet, area.row0, area.col0}), area, table);
+    for (std::int32_t r = area.row0; r <= area.row1; ++r)
+        for (std::int32_t c = area.col0; c <= area.col1; ++c)
+            store.setFormula(makeCell({area.sheet, r, c}), f);
+    storeLoaded(f, store.find({area.sheet, area.row0, area.col0}), std::move(value));
+}
+
 void Book::Impl::arrayResult(const CellAddress& cell, Value value)
 {
     const Slot slot = makeCell(cell);

@@ -198,7 +198,7 @@ void Recalculation::store(FormulaId f, Value result)
 {
     if (!circular_.empty() && pinned_.count(f) == 0) circular_.erase(f);
     const bool block = formulas_.isBlock(f);
-    if (formulas_.spills(f) && (block || result.isArray())) return spill(f, std::move(result));
+    if (formulas_.spills(f) && !frozen_ && (block || result.isArray())) return spill(f, std::move(result));
     if (block) return storeElements(f, result);
     if (result.isArray()) result = Value(result.at(0, 0));
     storeAt(formulas_.cell(f).slot, result.isEmpty() ? Value(0.0) : std::move(result));
@@ -229,6 +229,7 @@ bool Recalculation::evaluate(FormulaId f)
 {
     const Code& code = formulas_.code(f);
     if (code.keepsStored) return true;
+    if (formulas_.isDataTable(f)) return evaluateTable(f);
     auto result = evaluator_.evaluate(code, store_.address(formulas_.cell(f).slot));
     if (!result) return false;
     store(f, std::move(*result));

@@ -131,6 +131,8 @@ private:
     void reshape(FormulaId f, const Area& next);
     void retryRefused();
     void settleSpills();
+    std::vector<FormulaId> formulasBetween(const std::vector<Slot>& inputs, const std::vector<Slot>& headers);
+    bool evaluateTable(FormulaId f);
     void closeLoop(std::size_t from);
     void iterateLoop(std::vector<FormulaId>& members);
     double evaluateAgain(FormulaId f);
@@ -180,6 +182,7 @@ private:
     std::unordered_set<FormulaId> iterated_;
     int rounds_ = 0;
     double change_ = 0.0;
+    bool frozen_ = false;                  // spilled blocks keep their sizes
     bool inLoop_ = false;                  // closed circles are collected for iteration
     std::vector<FormulaId> inClosedLoops_; // what was found to be circular since
     std::vector<Slot> sortedKey_;          // scratch

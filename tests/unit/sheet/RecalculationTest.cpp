@@ -163,6 +163,61 @@ TEST(Recalculation, IteratesCirclesAsTheFileAsks)
     EXPECT_EQ(shown(refused->value(at("A1"))), "#CIRCULAR!");
 }
 
+// One and two inputs, through formulas in between; the model itself keeps its values.
+TEST(Recalculation, DataTablesPutInOtherValues)
+{
+    Book book;
+    BookBuilder& builder = book.builder();
+    builder.addSheet("S");
+    const auto area = [](const char* text) { return parseA1(text).value(); };
+    builder.dataTable(area("E2:F4"), {false, false, at("B1"), {}}, {});
+    builder.dataTable(area("N2:O2"), {false, true, at("B2"), {}}, {});
+    builder.dataTable(area("I2:J3"), {true, true, at("B1"), at("B2")}, {});
+    book.finishLoading();
+    const std::pair<const char*, const char*> cells[] = {
+        {"B1", "0.5"}, {"B2", "10"}, {"B3", "=B1*B2"},      {"B4", "=B3+C1"}, {"D2", "1"},
+        {"D3", "2"},   {"D4", "3"},  {"E1", "=B4"},         {"F1", "=B1"},    {"H1", "=B3"},
+        {"I1", "2"},   {"J1", "3"},  {"H2", "10"},          {"H3", "20"},     {"M2", "=B3"},
+        {"N1", "5"},   {"O1", "6"},  {"Q1", "=SUM(E2:E4)"}, {"C1", "1"}};
+    for (const auto& [cell, content] : cells) book.setContent(at(cell), content);
+    const auto expect = [&](const std::vector<std::pair<const char*, const char*>>& wanted) {
+        for (const auto& [cell, value] : wanted) EXPECT_EQ(shown(book.value(at(cell))), value) << cell;
+    };
+    book.calculate();
+    expect({{"E2", "11"},
+            {"E3", "21"},
+            {"E4", "31"},
+            {"F2", "1"},
+            {"F4", "3"},
+            {"Q1", "63"},
+            {"N2", "2.5"},
+            {"O2", "3"},
+            {"I2", "20"},
+            {"J2", "30"},
+            {"I3", "40"},
+            {"J3", "60"},
+            {"B1", "0.5"},
+            {"B3", "5"},
+            {"B4", "6"}});
+    const Slot input = book.slot(at("C1"));
+    for (const double x : {2.0, 3.0, 4.0}) { // the third time through a plan
+        book.write(input, x);
+        book.calculate();
+    }
+    expect({{"E2", "14"}, {"E4", "34"}, {"Q1", "72"}, {"B4", "9"}});
+    book.setContent(at("D3"), "=B2"); // a value that is worked out
+    book.setContent(at("B2"), "20");
+    book.calculate();
+    expect({{"E2", "24"}, {"E3", "404"}, {"N2", "2.5"}, {"J3", "60"}, {"B3", "10"}});
+    book.calculateAll();
+    expect({{"E2", "24"}, {"E3", "404"}, {"Q1", "492"}});
+    EXPECT_EQ(book.content(at("J3")), "=TABLE(B1,B2)");
+    EXPECT_THROW(book.setValue(at("E3"), 1.0), BookError);
+    book.setContent(at("B3"), "=B1*B2+E2"); // needs what it makes
+    book.calculate();
+    expect({{"E2", "#CIRCULAR!"}, {"B3", "#CIRCULAR!"}});
+}
+
 /// A random formula of the cell in row r: mostly numbers, sometimes texts, errors, ranges, branches.
 std::string randomFormula(std::mt19937& draw, int r, int c, bool circles)
 {
