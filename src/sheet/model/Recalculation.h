@@ -131,6 +131,7 @@ private:
     void reshape(FormulaId f, const Area& next);
     void retryRefused();
     void settleSpills();
+    bool mayBeCovered(const Order& order, const std::vector<std::pair<Slot, Kind>>& cells);
     std::vector<FormulaId> formulasBetween(const std::vector<Slot>& inputs, const std::vector<Slot>& headers);
     bool evaluateTable(FormulaId f);
     void closeLoop(std::size_t from);
