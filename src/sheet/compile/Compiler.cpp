@@ -77,7 +77,11 @@ void Compiler::node(const Tree& tree, const Node& n, Mode mode)
     case NodeKind::RangeOperator:
     case NodeKind::Union:
     case NodeKind::Intersection: references(tree, n, mode); break;
-    case NodeKind::Spill: refuse(CodeRemark::Why::Unsupported, "reference to a spilled range"); break;
+    case NodeKind::Spill:
+        node(tree, tree.child(n, 0), {Want::Range, false, false});
+        emit(Op::Spilled);
+        delivered(mode);
+        break;
     case NodeKind::Single:
         node(tree, tree.child(n, 0), {Want::Range, false, false});
         emit(Op::Intersect);

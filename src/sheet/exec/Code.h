@@ -21,6 +21,7 @@ enum class Op : std::uint8_t {
     Area,        // push a reference to places[operand]
     Intersected, // push the cell of places[operand] in the formula's own row or column
     Intersect,   // a reference on top becomes the value of its cell in the own row or column
+    Spilled,     // a reference to a cell becomes one to the block that its formula fills
     Dereference, // a reference on top becomes the array of its values
     Binary,      // Operator in detail
     FinalBinary, // the same at the end of a formula: a sum that cancels is 0

@@ -28,6 +28,7 @@ struct Evaluator::Machine {
     void pushArea(const Place& place);
     void pushIntersected(const Place& place);
     void intersect();
+    void spilled();
     void binary(Operator op, bool final);
     void ifTest(std::uint32_t otherwise);
     void ifEnd();
@@ -99,6 +100,26 @@ void Evaluator::Machine::intersect()
     } else {
         push(Failure::Value);
     }
+}
+
+void Evaluator::Machine::spilled()
+{
+    Value& v = top[-1];
+    if (v.isFailure()) return;
+    if (!v.isReference() || v.areas().size() != 1 || !v.areas().front().isCell()) {
+        v = Failure::Ref;
+        return;
+    }
+    const Area& area = v.areas().front();
+    const CellAddress cell{area.sheet, area.row0, area.col0};
+    const Slot slot = store().find(cell);
+    if (slot != kNoSlot && store().isDirty(slot)) {
+        owner.block(slot);
+        owner.closeBlocked();
+        return;
+    }
+    const auto block = environment().spilledFrom(cell);
+    v = block ? Value(*block) : Value(Failure::Ref);
 }
 
 void Evaluator::Machine::binary(Operator op, bool final)
@@ -329,6 +350,7 @@ bool Evaluator::Machine::step(const Instruction& in)
     case Op::Area: pushArea(code.places[in.operand]); break;
     case Op::Intersected: pushIntersected(code.places[in.operand]); break;
     case Op::Intersect: intersect(); break;
+    case Op::Spilled: spilled(); break;
     case Op::Dereference: dereferenceTop(); break;
     case Op::Binary:
     case Op::FinalBinary: binary(static_cast<Operator>(in.detail), in.op == Op::FinalBinary); break;

@@ -2,9 +2,12 @@
 //
 // Single cells carry a list of their readers; areas are nodes of their own, shared by all formulas that
 // read the same area and found through a grid of buckets, so a whole column costs as much as one cell.
+// Where very many formulas read one cell or area, the first removal makes an index of them, so that taking
+// all of them away one by one is not quadratic.
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <unordered_map>
 #include <vector>
 
@@ -42,10 +45,19 @@ private:
         FormulaId reader;
         std::uint32_t next;
     };
+    using Index = std::unordered_map<FormulaId, std::uint32_t>;
     struct AreaNode {
         Area area;
         std::vector<FormulaId> readers;
+        std::unique_ptr<Index> positions; // of the readers, once there is one to be taken away
     };
+    /// A cell with many readers: its edges, and how many of them lead to no formula any more.
+    struct CrowdedCell {
+        Index edges;
+        std::uint32_t dead = 0;
+    };
+    void crowd(Slot cell);
+    void sweep(Slot cell, CrowdedCell& crowded);
     struct AreaHash {
         std::size_t operator()(const Area& a) const;
     };
@@ -60,6 +72,7 @@ private:
     std::vector<std::uint32_t> heads_; // slot -> first edge
     std::vector<Edge> edges_;
     std::uint32_t freeEdges_ = kNone;
+    std::unordered_map<Slot, CrowdedCell> crowded_;
     std::vector<AreaNode> areas_;
     std::unordered_map<Area, std::uint32_t, AreaHash> areaIds_;
     std::vector<Level> levels_; // in use

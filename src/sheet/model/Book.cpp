@@ -150,11 +150,13 @@ std::uint32_t Book::generation() const { return impl_->generation; }
 
 void Book::calculate()
 {
+    impl_->settleNames();
     if (impl_->recalculation.needsTime()) impl_->stampTime();
     impl_->recalculation.calculate();
 }
 void Book::calculateAll()
 {
+    impl_->settleNames();
     impl_->stampTime();
     impl_->recalculation.calculateAll();
 }

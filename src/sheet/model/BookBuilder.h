@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "sheet/value/Environment.h"
 #include "sheet/value/Table.h"
@@ -21,6 +22,14 @@ struct CalculationSettings {
     int maxIterations = 100;
     double maxChange = 0.001;
     DateSystem dates = DateSystem::From1900;
+};
+
+/// A what-if table: its cells are the results of formulas with other values in one or two input cells.
+struct DataTable {
+    bool two =
+        false; // `first` takes the values in the row above the table, `second` those in the column beside
+    bool row = false; // of one input: its values are in the row above, the formulas in the column beside
+    CellAddress first, second; // on the sheet of the table
 };
 
 class BookBuilder {
@@ -46,10 +55,16 @@ public:
                               Value stored) = 0;
     /// A further cell of a group whose master came before.
     virtual void sharedFollower(const CellAddress& cell, std::uint32_t group, Value stored) = 0;
-    /// An array formula over `area` (one cell for a spilling one, `spills`); stored results of the other
-    /// cells of the area follow as `arrayResult`.
+    /// An array formula over `area` (what it filled when saved for a spilling one, `spills`); stored results
+    /// of the other cells of the area follow as `arrayResult`.
     virtual void arrayFormula(const Area& area, std::string_view text, Value stored, bool spills) = 0;
     virtual void arrayResult(const CellAddress& cell, Value stored) = 0;
+    /// A data table over `area`, which has a row above and a column beside it; stored results of its other
+    /// cells follow as `arrayResult`.
+    virtual void dataTable(const Area& area, const DataTable& /*table*/, Value stored)
+    {
+        constant({area.sheet, area.row0, area.col0}, std::move(stored));
+    }
 
     /// The number format of a cell, as its code text; told only for formats that show dates.
     virtual void dateCell(const CellAddress& cell) = 0;

@@ -51,11 +51,16 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     bool hasFormula(const CellAddress& address) const override;
     std::string formulaText(const CellAddress& address) const override;
     std::string bookPath() const override { return path; }
+    std::optional<Area> spilledFrom(const CellAddress& cell) const override;
     Row row(SheetIndex sheet, std::int32_t row) const override;
 
     // BookBuilder
     SheetIndex addSheet(std::string name) override;
-    void settings(const CalculationSettings& settings) override { calculation = settings; }
+    void settings(const CalculationSettings& settings) override
+    {
+        calculation = settings;
+        recalculation.iterate(settings.iterate ? settings.maxIterations : 0, settings.maxChange);
+    }
     void defineName(std::string name, std::optional<SheetIndex> scope, std::string formula) override;
     void table(Table table) override;
     void hiddenRow(SheetIndex sheet, std::int32_t row) override;
@@ -67,6 +72,7 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     void sharedFollower(const CellAddress& cell, std::uint32_t group, Value stored) override;
     void arrayFormula(const Area& area, std::string_view text, Value stored, bool spills) override;
     void arrayResult(const CellAddress& cell, Value stored) override;
+    void dataTable(const Area& area, const DataTable& table, Value stored) override;
     void dateCell(const CellAddress& cell) override { store.setDate(makeCell(cell)); }
     void externalLink(std::string target) override { links.push_back(std::move(target)); }
     void notice(std::string where, std::string what) override
@@ -99,12 +105,14 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     void forgetSheet(SheetIndex sheet);
     void checkSheetName(std::string_view name, std::optional<SheetIndex> except) const;
     void namesChanged();
+    void settleNames();
     void storeLoaded(FormulaId f, Slot slot, Value stored);
     std::optional<Area> areaOf(const Tree& tree, SheetIndex sheet, int depth) const;
     void stampTime();
 
     // Inspection
     Inspection inspect();
+    std::string iterationText() const;
     void inspectFormula(FormulaId f, Inspection& found);
     std::string circleText(FormulaId f, const std::vector<FormulaId>& circle) const;
     std::string cellText(const CellAddress& cell) const;
@@ -132,6 +140,7 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     double time = 0.0;
     std::uint32_t generation = 1;
     bool loading = false;
+    bool namesStale = false; // formulas are still compiled and linked for names as they were
 };
 
 } // namespace varnex3::sheet

@@ -70,6 +70,13 @@ std::optional<Area> Book::arrayArea(const CellAddress& cell) const
     return impl_->formulas.block(f);
 }
 
+bool Book::spills(const CellAddress& cell) const
+{
+    const Slot slot = impl_->store.find(cell);
+    const FormulaId f = slot == kNoSlot ? kNoFormula : impl_->store.formula(slot);
+    return f != kNoFormula && impl_->formulas.spills(f) && impl_->formulas.isBlock(f);
+}
+
 std::vector<NameState> Book::changedNames() const
 {
     std::vector<NameState> changed;

@@ -24,7 +24,8 @@ void Book::Impl::clearFormula(Slot slot)
 {
     const FormulaId f = store.formula(slot);
     if (f == kNoFormula) return;
-    if (formulas.isBlock(f)) {
+    if (formulas.spills(f) && formulas.cell(f).slot != slot) return recalculation.withdraw(f);
+    if (formulas.isBlock(f) && !formulas.spills(f)) {
         const Area& block = formulas.block(f);
         if (!block.isCell())
             throw BookError(cellText(store.address(slot)) + " is part of the array formula in " +
@@ -67,6 +68,7 @@ void Book::Impl::setFormula(const CellAddress& cell, std::string_view text)
     clearFormula(slot);
     const FormulaId f = formulas.add(slot, formulas.intern(text, cell, false, *this));
     store.setFormula(slot, f);
+    formulas.setSpills(f);
     putFormula(f);
 }
 
@@ -90,9 +92,16 @@ void Book::Impl::setArrayFormula(const Area& block, std::string_view text)
 
 void Book::Impl::namesChanged()
 {
+    namesStale = false;
     formulas.compileAll(*this);
     recalculation.relinkAll();
     recalculation.needAll();
+}
+
+/// Many names may be defined before they matter.
+void Book::Impl::settleNames()
+{
+    if (namesStale) namesChanged();
 }
 
 void Book::Impl::checkSheetName(std::string_view name, std::optional<SheetIndex> except) const

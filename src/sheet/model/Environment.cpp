@@ -131,6 +131,14 @@ bool Book::Impl::hasFormula(const CellAddress& address) const
     return slot != kNoSlot && store.formula(slot) != kNoFormula;
 }
 
+std::optional<Area> Book::Impl::spilledFrom(const CellAddress& cell) const
+{
+    const Slot slot = store.find(cell);
+    const FormulaId f = slot == kNoSlot ? kNoFormula : store.formula(slot);
+    if (f == kNoFormula || !formulas.cell(f).gaveArray || formulas.cell(f).slot != slot) return std::nullopt;
+    return formulas.block(f);
+}
+
 std::string Book::Impl::formulaText(const CellAddress& address) const
 {
     if (!hasFormula(address)) return {};

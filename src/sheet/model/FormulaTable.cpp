@@ -158,23 +158,64 @@ FormulaId FormulaTable::add(Slot slot, CodeId code)
     if (!free_.empty()) {
         const FormulaId f = free_.back();
         free_.pop_back();
-        cells_[f] = {slot, code, -1};
+        cells_[f] = {slot, code};
         return f;
     }
-    cells_.push_back({slot, code, -1});
+    cells_.push_back({slot, code});
     return static_cast<FormulaId>(cells_.size() - 1);
 }
 
 FormulaId FormulaTable::addBlock(Slot slot, CodeId code, const Area& area)
 {
     const FormulaId f = add(slot, code);
-    cells_[f].block = static_cast<std::int32_t>(blocks_.size());
-    blocks_.push_back(area);
+    setBlock(f, area);
     return f;
+}
+
+/// Its code reads the values and formulas around the block, so that they come before it.
+FormulaId FormulaTable::addDataTable(Slot slot, const Area& area, const DataTable& table)
+{
+    auto shared = std::make_unique<SharedCode>();
+    const std::string first = a1Text(table.first), second = table.two ? a1Text(table.second) : std::string();
+    shared->source = "TABLE(" + (table.two || table.row ? first + "," + second : "," + first) + ")";
+    shared->array = true;
+    shared->parsable = false;
+    shared->compiled = true;
+    const Area above{-1, area.row0 - 1, area.col0 - 1, area.row0 - 1, area.col1};
+    const Area beside{-1, area.row0, area.col0 - 1, area.row1, area.col0 - 1};
+    for (const Area& around : {above, beside}) {
+        shared->code.instructions.push_back(
+            {Op::Area, 0, 0, static_cast<std::uint32_t>(shared->code.places.size())});
+        shared->code.instructions.push_back({Op::Dereference});
+        shared->code.places.push_back(fixedPlace(around));
+    }
+    shared->code.instructions.push_back({Op::End});
+    shared->code.depth = 4;
+    codes_.push_back(std::move(shared));
+    const FormulaId f = addBlock(slot, static_cast<CodeId>(codes_.size() - 1), area);
+    cells_[f].isTable = true;
+    dataTables_[f] = table;
+    return f;
+}
+
+void FormulaTable::setBlock(FormulaId f, const Area& area)
+{
+    std::int32_t& block = cells_[f].block;
+    if (block < 0 && !freeBlocks_.empty()) {
+        block = freeBlocks_.back();
+        freeBlocks_.pop_back();
+    }
+    if (block < 0) {
+        block = static_cast<std::int32_t>(blocks_.size());
+        blocks_.emplace_back();
+    }
+    blocks_[static_cast<std::size_t>(block)] = area;
 }
 
 void FormulaTable::remove(FormulaId f)
 {
+    if (cells_[f].isTable) dataTables_.erase(f);
+    if (cells_[f].block >= 0) freeBlocks_.push_back(cells_[f].block);
     cells_[f] = {};
     free_.push_back(f);
 }

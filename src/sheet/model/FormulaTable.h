@@ -16,6 +16,7 @@
 #include "sheet/exec/Code.h"
 #include "sheet/exec/Store.h"
 #include "sheet/formula/Tree.h"
+#include "sheet/model/BookBuilder.h"
 
 namespace varnex3::sheet {
 
@@ -39,6 +40,9 @@ struct FormulaCell {
     Slot slot = kNoSlot; // of the first cell of a block
     CodeId code = kNoCode;
     std::int32_t block = -1; // index of the area of an array formula
+    bool spills = false;     // fills as many cells as its result has elements
+    bool isTable = false;    // a data table
+    bool gaveArray = false;  // so its last result was an array
 };
 
 class FormulaTable {
@@ -56,7 +60,15 @@ public:
 
     FormulaId add(Slot slot, CodeId code);
     FormulaId addBlock(Slot slot, CodeId code, const Area& area);
+    FormulaId addDataTable(Slot slot, const Area& area, const DataTable& table);
+    bool isDataTable(FormulaId f) const { return cells_[f].isTable; }
+    const DataTable& dataTable(FormulaId f) const { return dataTables_.at(f); }
     void remove(FormulaId f);
+    void setSpills(FormulaId f) { cells_[f].spills = true; }
+    bool spills(FormulaId f) const { return cells_[f].spills; }
+    void setGaveArray(FormulaId f, bool array) { cells_[f].gaveArray = array; }
+    /// The cells of a formula from now on.
+    void setBlock(FormulaId f, const Area& area);
     std::size_t size() const { return cells_.size(); }
     bool isAlive(FormulaId f) const { return cells_[f].slot != kNoSlot; }
     const FormulaCell& cell(FormulaId f) const { return cells_[f]; }
@@ -83,6 +95,8 @@ private:
     std::vector<FormulaCell> cells_;
     std::vector<FormulaId> free_;
     std::vector<Area> blocks_;
+    std::vector<std::int32_t> freeBlocks_;
+    std::unordered_map<FormulaId, DataTable> dataTables_;
 };
 
 /// Changes the name of a sheet in a tree; whether it occurred.

@@ -1,5 +1,7 @@
 // sheet/model/Inspection.cpp - what cannot be trusted in a book, and what differs from the stored results.
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cmath>
 
 #include "sheet/formula/Parser.h"
@@ -8,13 +10,13 @@
 namespace varnex3::sheet {
 namespace {
 
-/// Numbers to nine digits, everything else exactly.
-bool agree(const Value& now, const Value& then)
+/// Numbers to nine digits, or to `slack` where that is more; everything else exactly.
+bool agree(const Value& now, const Value& then, double slack)
 {
     constexpr double kRelative = 1e-9;
     if (!now.isNumber() || !then.isNumber()) return now == then;
     const double a = now.number(), b = then.number();
-    return std::fabs(a - b) <= kRelative * std::max(std::fabs(a), std::fabs(b));
+    return std::fabs(a - b) <= std::max(slack, kRelative * std::max(std::fabs(a), std::fabs(b)));
 }
 
 } // namespace
@@ -53,10 +55,13 @@ void Book::Impl::inspectFormula(FormulaId f, Inspection& found)
         return;
     }
     if (code.keepsStored || code.isVolatile) return;
+    // An iteration that goes on from the stored values ends as near to them as its limit.
+    const double slack = recalculation.iterated().count(f) != 0 ? calculation.maxChange : 0.0;
     const auto compare = [&](Slot s, const Value& then) {
         if (then.isEmpty()) return;
         ++found.compared;
-        if (!agree(store.value(s), then)) found.different.push_back({store.address(s), formulas.text(f, at)});
+        if (!agree(store.value(s), then, slack))
+            found.different.push_back({store.address(s), formulas.text(f, at)});
     };
     if (f < stored.size()) compare(slot, stored[f]);
     if (!formulas.isBlock(f)) return;
@@ -68,8 +73,20 @@ void Book::Impl::inspectFormula(FormulaId f, Inspection& found)
     });
 }
 
+std::string Book::Impl::iterationText() const
+{
+    std::array<char, 32> digits{};
+    const auto [end, error] =
+        std::to_chars(digits.data(), digits.data() + digits.size(), calculation.maxChange);
+    const std::size_t cells = recalculation.iterated().size();
+    return "circular references are iterated, at most " + std::to_string(calculation.maxIterations) +
+           " times or until every change is below " + std::string(digits.data(), end) + ": " +
+           (cells == 0 ? "there are none" : std::to_string(cells) + (cells == 1 ? " cell" : " cells"));
+}
+
 Inspection Book::Impl::inspect()
 {
+    settleNames();
     stampTime();
     recalculation.calculateAll();
     Inspection found;
@@ -86,6 +103,7 @@ Inspection Book::Impl::inspect()
     }
     found.links = links;
     found.notices = notices;
+    if (calculation.iterate) found.notices.emplace_back("workbook", iterationText());
     return found;
 }
 

@@ -43,12 +43,12 @@ void Book::Impl::defineName(std::string name, std::optional<SheetIndex> scope, s
         known.formula = std::move(formula);
         known.tree = std::move(tree);
         known.changed = !loading;
-        if (!loading) namesChanged();
+        namesStale = !loading;
         return;
     }
     nameIndex.emplace(key, definedNames.size());
     definedNames.push_back({std::move(name), scope, std::move(formula), std::move(tree), !loading});
-    if (!loading) namesChanged();
+    namesStale = !loading;
 }
 
 const Tree* Book::Impl::definedName(std::string_view name, SheetIndex sheet) const
@@ -108,16 +108,25 @@ void Book::Impl::sharedFollower(const CellAddress& cell, std::uint32_t group, Va
     storeLoaded(formulas.add(slot, master->second), slot, std::move(value));
 }
 
-void Book::Impl::arrayFormula(const Area& area, std::string_view text, Value value, bool /*spills*/)
+void Book::Impl::arrayFormula(const Area& area, std::string_view text, Value value, bool spills)
 {
-    // A spilling formula fills the block that the file says it filled when it was saved.
     const CellAddress corner{area.sheet, area.row0, area.col0};
     const CodeId code = formulas.intern(text, corner, true, *this);
     const FormulaId f = formulas.addBlock(makeCell(corner), code, area);
+    if (spills) formulas.setSpills(f);
     for (std::int32_t r = area.row0; r <= area.row1; ++r)
         for (std::int32_t c = area.col0; c <= area.col1; ++c)
             store.setFormula(makeCell({area.sheet, r, c}), f);
     storeLoaded(f, store.find(corner), std::move(value));
+}
+
+void Book::Impl::dataTable(const Area& area, const DataTable& table, Value value)
+{
+    const FormulaId f = formulas.addDataTable(makeCell({area.sheet, area.row0, area.col0}), area, table);
+    for (std::int32_t r = area.row0; r <= area.row1; ++r)
+        for (std::int32_t c = area.col0; c <= area.col1; ++c)
+            store.setFormula(makeCell({area.sheet, r, c}), f);
+    storeLoaded(f, store.find({area.sheet, area.row0, area.col0}), std::move(value));
 }
 
 void Book::Impl::arrayResult(const CellAddress& cell, Value value)
@@ -130,8 +139,11 @@ void Book::Impl::arrayResult(const CellAddress& cell, Value value)
 void Book::Impl::finishLoading()
 {
     loading = false;
+    namesStale = false;
     loadedSheets = store.sheetCount();
     sharedGroups.clear();
+    for (FormulaId f = 0; f < formulas.size(); ++f)
+        if (formulas.isAlive(f) && formulas.spills(f) && formulas.isBlock(f)) recalculation.checkSpill(f);
     formulas.compileAll(*this);
     recalculation.relinkAll();
     recalculation.needAll();

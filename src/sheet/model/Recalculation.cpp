@@ -2,6 +2,8 @@
 #include "sheet/model/Recalculation.h"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 #include <span>
 #include <tuple>
 
@@ -27,10 +29,13 @@ void Recalculation::link(FormulaId f, bool add)
 {
     const Code& code = formulas_.code(f);
     if (code.isVolatile || code.isDynamic) {
-        if (add) {
-            everyTime_.push_back(f);
+        std::uint8_t& lists = listed(f);
+        if (!add) {
+            lists = static_cast<std::uint8_t>(lists & ~kWantsEveryTime);
+            anyRemoved_ = true;
         } else {
-            everyTime_.erase(std::remove(everyTime_.begin(), everyTime_.end(), f), everyTime_.end());
+            if ((lists & kEveryTime) == 0) everyTime_.push_back(f);
+            lists = static_cast<std::uint8_t>(lists | kEveryTime | kWantsEveryTime);
         }
     }
     const CellAddress here = store_.address(formulas_.cell(f).slot);
@@ -71,15 +76,43 @@ void Recalculation::formulaChanged(FormulaId f)
 {
     forgetPlans();
     link(f, true);
-    changed_.push_back(f);
+    std::uint8_t& lists = listed(f);
+    if ((lists & kChanged) == 0) changed_.push_back(f);
+    lists = static_cast<std::uint8_t>(lists | kChanged);
 }
 
 void Recalculation::formulaRemoved(FormulaId f)
 {
     forgetPlans();
     link(f, false);
+    if (formulas_.spills(f)) withdraw(f);
+    refused_.erase(f);
     circular_.erase(f);
-    changed_.erase(std::remove(changed_.begin(), changed_.end(), f), changed_.end());
+    iterated_.erase(f);
+}
+
+void Recalculation::forgetChanged()
+{
+    for (const FormulaId f : changed_) listed_[f] = static_cast<std::uint8_t>(listed_[f] & ~kChanged);
+    changed_.clear();
+}
+
+/// The lists may hold formulas that went away since; their numbers may have been given anew.
+void Recalculation::dropRemoved()
+{
+    const auto gone = [&](FormulaId f) {
+        if (formulas_.isAlive(f)) return false;
+        listed_[f] = static_cast<std::uint8_t>(listed_[f] & ~kChanged);
+        return true;
+    };
+    std::erase_if(changed_, gone);
+    if (!anyRemoved_) return;
+    std::erase_if(everyTime_, [&](FormulaId f) {
+        if ((listed_[f] & kWantsEveryTime) != 0) return false;
+        listed_[f] = static_cast<std::uint8_t>(listed_[f] & ~kEveryTime);
+        return true;
+    });
+    anyRemoved_ = false;
 }
 
 void Recalculation::relinkAll()
@@ -87,6 +120,8 @@ void Recalculation::relinkAll()
     forgetPlans();
     dependencies_.clear();
     everyTime_.clear();
+    anyRemoved_ = false;
+    for (std::uint8_t& lists : listed_) lists = static_cast<std::uint8_t>(lists & kChanged);
     for (FormulaId f = 0; f < formulas_.size(); ++f)
         if (formulas_.isAlive(f)) link(f, true);
 }
@@ -105,12 +140,19 @@ void Recalculation::appendReaders(GraphNode node, std::vector<GraphNode>& out) c
     outputs(node, [&](Slot slot) { dependencies_.appendReaders(slot, store_.address(slot), out); });
 }
 
+/// With what is evaluated at every recalculation.
 Order Recalculation::orderFrom(const std::vector<Slot>& slots, const std::vector<FormulaId>& formulas)
+{
+    std::vector<FormulaId> all(formulas);
+    all.insert(all.end(), everyTime_.begin(), everyTime_.end());
+    return orderOf(slots, all);
+}
+
+Order Recalculation::orderOf(const std::vector<Slot>& slots, const std::vector<FormulaId>& formulas)
 {
     std::vector<GraphNode> sources;
     for (const Slot slot : slots) dependencies_.appendReaders(slot, store_.address(slot), sources);
     sources.insert(sources.end(), formulas.begin(), formulas.end());
-    sources.insert(sources.end(), everyTime_.begin(), everyTime_.end());
     return ordering_.order(sources, formulas_.size(), dependencies_.areaCount(),
                            [&](GraphNode node, std::vector<GraphNode>& out) { appendReaders(node, out); });
 }
@@ -154,12 +196,19 @@ void Recalculation::storeAt(Slot slot, Value v)
 
 void Recalculation::store(FormulaId f, Value result)
 {
-    if (!circular_.empty()) circular_.erase(f);
+    if (!circular_.empty() && pinned_.count(f) == 0) circular_.erase(f);
+    const bool block = formulas_.isBlock(f);
+    if (formulas_.spills(f) && !frozen_ && (block || result.isArray())) return spill(f, std::move(result));
+    if (block) return storeElements(f, result);
+    if (result.isArray()) result = Value(result.at(0, 0));
+    storeAt(formulas_.cell(f).slot, result.isEmpty() ? Value(0.0) : std::move(result));
+}
+
+/// Fills the block of a formula with the elements of its result.
+void Recalculation::storeElements(FormulaId f, const Value& result)
+{
     const auto shown = [](Value v) { return v.isEmpty() ? Value(0.0) : v; };
-    if (!formulas_.isBlock(f)) {
-        if (result.isArray()) result = Value(result.at(0, 0));
-        return storeAt(formulas_.cell(f).slot, shown(std::move(result)));
-    }
+    if (!formulas_.isBlock(f)) formulas_.setBlock(f, extent(f));
     const Area& block = formulas_.block(f);
     const auto element = [&](std::int32_t r, std::int32_t c) -> Value {
         if (!result.isArray()) return result;
@@ -180,6 +229,7 @@ bool Recalculation::evaluate(FormulaId f)
 {
     const Code& code = formulas_.code(f);
     if (code.keepsStored) return true;
+    if (formulas_.isDataTable(f)) return evaluateTable(f);
     auto result = evaluator_.evaluate(code, store_.address(formulas_.cell(f).slot));
     if (!result) return false;
     store(f, std::move(*result));
@@ -235,7 +285,16 @@ void Recalculation::closeLoop(std::size_t from)
     auto circle = std::make_shared<std::vector<FormulaId>>();
     for (std::size_t i = from; i < path_.size(); ++i)
         if (path_[i].started) circle->push_back(path_[i].formula);
+    if (inLoop_ && rounds_ > 0) { // their turn comes when the rest of the loop has had its own
+        for (const FormulaId f : *circle) {
+            clearDirty(f);
+            store_.unmark(formulas_.cell(f).slot, Store::kStarted);
+            inClosedLoops_.push_back(f);
+        }
+        return;
+    }
     for (const FormulaId f : *circle) {
+        if (formulas_.spills(f) && !extent(f).isCell()) pinned_.emplace(f, Failure::Circular);
         store(f, Failure::Circular);
         clearDirty(f);
         store_.unmark(formulas_.cell(f).slot, Store::kStarted);
@@ -250,12 +309,55 @@ void Recalculation::runLoop(const Order& order, std::size_t begin, std::size_t e
 {
     std::vector<FormulaId> members(order.formulas.begin() + static_cast<std::ptrdiff_t>(begin),
                                    order.formulas.begin() + static_cast<std::ptrdiff_t>(end));
+    sortByPlace(members);
+    inLoop_ = true;
+    inClosedLoops_.clear();
+    for (const FormulaId f : members) {
+        iterated_.erase(f);
+        bring(f);
+    }
+    if (!inClosedLoops_.empty()) iterateLoop(members);
+    inLoop_ = false;
+}
+
+void Recalculation::sortByPlace(std::vector<FormulaId>& members) const
+{
     std::sort(members.begin(), members.end(), [&](FormulaId a, FormulaId b) {
         const CellAddress x = store_.address(formulas_.cell(a).slot);
         const CellAddress y = store_.address(formulas_.cell(b).slot);
         return std::tie(x.sheet, x.row, x.col) < std::tie(y.sheet, y.row, y.col);
     });
-    for (const FormulaId f : members) bring(f);
+}
+
+/// Evaluates the formulas of a loop sheet by sheet and row by row with the values that they have, round
+/// after round.
+void Recalculation::iterateLoop(std::vector<FormulaId>& members)
+{
+    members.insert(members.end(), inClosedLoops_.begin(),
+                   inClosedLoops_.end()); // met through OFFSET and such
+    sortByPlace(members);
+    members.erase(std::unique(members.begin(), members.end()), members.end());
+    iterated_.insert(members.begin(), members.end());
+    for (int round = 0; round < rounds_; ++round) {
+        double largest = 0.0;
+        for (const FormulaId f : members) largest = std::max(largest, evaluateAgain(f));
+        if (largest < change_ || largest == 0.0) return;
+    }
+}
+
+/// By how much the first value of a formula changes; infinite when it is not a number before and after.
+double Recalculation::evaluateAgain(FormulaId f)
+{
+    const Slot slot = formulas_.cell(f).slot;
+    const Value before = store_.value(slot);
+    while (!evaluate(f)) {
+        const std::vector<Slot> first(evaluator_.blocked().begin(), evaluator_.blocked().end());
+        for (const Slot s : first) bring(store_.formula(s));
+    }
+    const Value& after = store_.value(slot);
+    if (before == after) return 0.0;
+    if (!before.isNumber() || !after.isNumber()) return std::numeric_limits<double>::infinity();
+    return std::fabs(after.number() - before.number());
 }
 
 void Recalculation::runGeneral(const Order& order, std::size_t begin, bool dirty)
@@ -284,8 +386,10 @@ void Recalculation::calculateAll()
 {
     valuesChange(kNoPlan);
     all_ = false;
-    changed_.clear();
+    dropRemoved();
+    forgetChanged();
     circular_.clear();
+    iterated_.clear();
     std::vector<FormulaId> every;
     for (FormulaId f = 0; f < formulas_.size(); ++f)
         if (formulas_.isAlive(f)) every.push_back(f);
@@ -293,22 +397,25 @@ void Recalculation::calculateAll()
     const bool dirty = !order.loops.empty() || anyDynamic(order);
     if (dirty) markDirty(order);
     runGeneral(order, 0, dirty);
+    settleSpills();
     forgetWritten();
 }
 
 void Recalculation::calculate()
 {
     if (all_) return calculateAll();
+    dropRemoved();
     if (!changed_.empty()) {
         valuesChange(kNoPlan);
         const Order order = orderFrom(written_, changed_);
         const bool dirty = !order.loops.empty() || anyDynamic(order);
         if (dirty) markDirty(order);
         runGeneral(order, 0, dirty);
-        changed_.clear();
+        forgetChanged();
     } else if (!written_.empty() || !everyTime_.empty()) {
         runPlan(planFor(written_));
     }
+    settleSpills();
     forgetWritten();
 }
 

@@ -5,10 +5,12 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "sheet/compile/Typing.h"
@@ -47,9 +49,16 @@ public:
     void forgetSlots()
     {
         forgetWritten();
-        changed_.clear();
+        forgetChanged();
+        reshaped_.clear();
+        again_.clear();
+        refused_.clear();
         circular_.clear();
+        iterated_.clear();
     }
+    /// Before a further cell of a spilled block gets a content of its own, or the formula goes away.
+    void withdraw(FormulaId f);
+    void checkSpill(FormulaId f);
     /// Whether the next recalculation may ask for the time of day.
     bool needsTime() const { return all_ || !changed_.empty() || !everyTime_.empty(); }
 
@@ -63,18 +72,28 @@ public:
     /// Announces a run of trial code. A number that changes whenever cells may have changed that it does not
     /// work out.
     std::uint64_t valuesFor(const TrialCode& code);
+    /// Circular references are evaluated again and again, at most `rounds` times, until no value changes by
+    /// `change` or more; 0 rounds: they are failures.
+    void iterate(int rounds, double change)
+    {
+        rounds_ = rounds;
+        change_ = change;
+    }
     /// For tests and measurements: false leaves everything to the general evaluator.
     void useTypedCode(bool use);
 
     /// Formulas that are part of a circular reference, with the formulas around it.
     using Circle = std::shared_ptr<const std::vector<FormulaId>>;
     const std::unordered_map<FormulaId, Circle>& circular() const { return circular_; }
+    /// Formulas of circular references that were iterated.
+    const std::unordered_set<FormulaId>& iterated() const { return iterated_; }
 
 private:
     void link(FormulaId f, bool add);
     void outputs(FormulaId f, FunctionRef<void(Slot)> visitor) const;
     void appendReaders(GraphNode node, std::vector<GraphNode>& out) const;
     Order orderFrom(const std::vector<Slot>& slots, const std::vector<FormulaId>& formulas);
+    Order orderOf(const std::vector<Slot>& slots, const std::vector<FormulaId>& formulas);
     bool anyDynamic(const Order& order) const;
 
     static constexpr std::uint64_t kNoPlan = 0;
@@ -105,8 +124,23 @@ private:
     bool evaluate(FormulaId f);
     void store(FormulaId f, Value result);
     void storeAt(Slot slot, Value v);
+    void storeElements(FormulaId f, const Value& result);
+    Area extent(FormulaId f) const;
+    void spill(FormulaId f, Value result);
+    bool makeRoom(FormulaId f, const Area& wanted);
+    void reshape(FormulaId f, const Area& next);
+    void retryRefused();
+    void settleSpills();
+    bool mayBeCovered(const Order& order, const std::vector<std::pair<Slot, Kind>>& cells);
+    std::vector<FormulaId> formulasBetween(const std::vector<Slot>& inputs, const std::vector<Slot>& headers);
+    bool evaluateTable(FormulaId f);
     void closeLoop(std::size_t from);
+    void iterateLoop(std::vector<FormulaId>& members);
+    double evaluateAgain(FormulaId f);
+    void sortByPlace(std::vector<FormulaId>& members) const;
     void forgetWritten();
+    void forgetChanged();
+    void dropRemoved();
 
     Store& store_;
     FormulaTable& formulas_;
@@ -115,7 +149,16 @@ private:
     Ordering ordering_;
     std::vector<Slot> written_;
     std::vector<FormulaId> changed_;   // formulas to be evaluated whatever was written
-    std::vector<FormulaId> everyTime_; // volatile and dynamic ones
+    std::vector<FormulaId> everyTime_; // volatile and dynamic ones, perhaps also removed ones
+    /// What lists a formula is in, by formula; a set of bits.
+    enum Listed : std::uint8_t { kChanged = 1, kEveryTime = 2, kWantsEveryTime = 4 };
+    std::uint8_t& listed(FormulaId f)
+    {
+        if (f >= listed_.size()) listed_.resize(formulas_.size() + formulas_.size() / 2, 0);
+        return listed_[f];
+    }
+    std::vector<std::uint8_t> listed_;
+    bool anyRemoved_ = false; // in everyTime_
     std::vector<std::unique_ptr<Plan>> plans_;
     Plan* last_ = nullptr;
     bool all_ = false;
@@ -132,7 +175,18 @@ private:
     };
     std::vector<Frame> path_;
     std::unordered_map<FormulaId, Circle> circular_;
-    std::vector<Slot> sortedKey_; // scratch
+    std::vector<Slot> reshaped_;                  // cells that got or lost a block, and its first one
+    std::vector<FormulaId> again_;                // spilling formulas to be evaluated once more
+    std::map<FormulaId, Area> refused_;           // what formulas that show #SPILL! wanted
+    std::unordered_map<FormulaId, int> reshapes_; // in the calculation that runs
+    std::unordered_map<FormulaId, Value> pinned_; // results that stand until its end
+    std::unordered_set<FormulaId> iterated_;
+    int rounds_ = 0;
+    double change_ = 0.0;
+    bool frozen_ = false;                  // spilled blocks keep their sizes
+    bool inLoop_ = false;                  // closed circles are collected for iteration
+    std::vector<FormulaId> inClosedLoops_; // what was found to be circular since
+    std::vector<Slot> sortedKey_;          // scratch
     TypedPool pool_{store_};
 };
 

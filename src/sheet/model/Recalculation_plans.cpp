@@ -115,9 +115,26 @@ void Recalculation::giveUp(Plan& plan, std::size_t position)
 
 // Many trials at once ------------------------------------------------------------------------------------
 
+/// Whether a block that spills may grow into an empty cell that counts as fixed.
+bool Recalculation::mayBeCovered(const Order& order, const std::vector<std::pair<Slot, Kind>>& cells)
+{
+    std::vector<CellAddress> growing;
+    for (const FormulaId f : order.formulas)
+        if (formulas_.spills(f) && !formulas_.typed(f).possible)
+            growing.push_back(store_.address(formulas_.cell(f).slot));
+    return !growing.empty() && std::any_of(cells.begin(), cells.end(), [&](const auto& cell) {
+        if (!store_.value(cell.first).isEmpty() || store_.formula(cell.first) != kNoFormula) return false;
+        const CellAddress at = store_.address(cell.first);
+        return std::any_of(growing.begin(), growing.end(), [&](const CellAddress& from) {
+            return from.sheet == at.sheet && from.row <= at.row && from.col <= at.col;
+        });
+    });
+}
+
 std::optional<TrialCode> Recalculation::trialCode(const std::vector<Slot>& inputs,
                                                   const std::vector<Slot>& outputs)
 {
+    dropRemoved();
     if (!useTyped_ || all_ || !changed_.empty() || !written_.empty()) return std::nullopt;
     std::unordered_set<Slot> distinct;
     for (const Slot slot : inputs) {
@@ -134,6 +151,7 @@ std::optional<TrialCode> Recalculation::trialCode(const std::vector<Slot>& input
     TrialCode code;
     TypedProgram typed;
     if (!plan.appendNeeded(store_, formulas_, pool_, outputs, typed, code.operands)) return std::nullopt;
+    if (mayBeCovered(plan.order, code.operands)) return std::nullopt;
     auto program = BlockProgram::make(typed, inputs, outputs);
     if (!program) return std::nullopt;
     code.program = std::move(*program);

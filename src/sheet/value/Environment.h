@@ -71,6 +71,9 @@ public:
     virtual std::string formulaText(const CellAddress& address) const = 0; // with "="; empty for none
     virtual std::string bookPath() const = 0;                              // as opened; empty when new
 
+    /// The block that the spilling formula of a cell fills now; nothing for any other cell.
+    virtual std::optional<Area> spilledFrom(const CellAddress& /*cell*/) const { return std::nullopt; }
+
     /// Whether a row is shown; hidden ones are so by hand or by a filter.
     enum class Row : std::uint8_t { Shown, Hidden, Filtered };
     virtual Row row(SheetIndex /*sheet*/, std::int32_t /*row*/) const { return Row::Shown; }

@@ -218,6 +218,7 @@ private:
                        : kind == "dataTable" ? FormulaType::DataTable
                                              : FormulaType::Plain;
         areaText_ = area ? area : "";
+        if (formulaType_ == FormulaType::DataTable) table_ = tableOf(tag);
         group_ = group ? parseIndex(group) : std::nullopt;
     }
 
@@ -256,11 +257,7 @@ private:
 
     void tellFormula()
     {
-        if (formulaType_ == FormulaType::DataTable) {
-            notice("data table", "a data table is not recalculated: its stored values are kept");
-            tellConstant(value());
-            return;
-        }
+        if (formulaType_ == FormulaType::DataTable) { return tellDataTable(); }
         std::string_view text = trimmed(formula_);
         std::string resolved;
         if (text.find("_x") != std::string_view::npos) {
@@ -314,11 +311,47 @@ private:
             area = own;
         }
         if (!area.isCell()) {
-            if (!dynamic_)
-                countCells(static_cast<std::size_t>(area.rows()) * static_cast<std::size_t>(area.cols()) - 1);
+            countCells(static_cast<std::size_t>(area.rows()) * static_cast<std::size_t>(area.cols()) - 1);
             cover_.add(area);
         }
-        context_.builder.arrayFormula(dynamic_ ? own : area, text, value(), dynamic_);
+        context_.builder.arrayFormula(area, text, value(), dynamic_);
+    }
+
+    void tellDataTable()
+    {
+        const auto area = parseArea(areaText_);
+        const bool placed = area && area->row0 == at_.row && area->col0 == at_.col && at_.row > 0 &&
+                            at_.col > 0 && !cover_.covers(at_);
+        if (!placed || !table_) {
+            notice("data table", table_ ? "the area of a data table does not fit: its stored values are kept"
+                                        : "a data table without its input cells is not recalculated: its "
+                                          "stored values are kept");
+            return tellConstant(value());
+        }
+        countCells(static_cast<std::size_t>(area->rows()) * static_cast<std::size_t>(area->cols()) - 1);
+        if (!area->isCell()) cover_.add(*area);
+        Area own = *area;
+        own.sheet = index_;
+        context_.builder.dataTable(own, *table_, value());
+        if (showsDate()) context_.builder.dateCell(address());
+    }
+
+    // The input cells of a data table; nothing when one was deleted or is none.
+    std::optional<DataTable> tableOf(const Tag& tag) const
+    {
+        DataTable table;
+        table.two = parseFlag(tag.attribute("dt2D"), false);
+        table.row = parseFlag(tag.attribute("dtr"), false);
+        const auto input = [&](const char* name, const char* deleted, CellAddress& cell) {
+            const char* text = tag.attribute(name);
+            const auto at =
+                text && !parseFlag(tag.attribute(deleted), false) ? parseCell(text) : std::nullopt;
+            if (at) cell = {index_, at->row, at->col};
+            return at.has_value();
+        };
+        if (!input("r1", "del1", table.first)) return std::nullopt;
+        if (table.two && !input("r2", "del2", table.second)) return std::nullopt;
+        return table;
     }
 
     void notice(const std::string& kind, std::string what)
@@ -413,6 +446,7 @@ private:
     std::string value_, formula_, areaText_;
     RichText inline_;
     std::optional<std::uint32_t> group_;
+    std::optional<DataTable> table_;
 
     std::unordered_set<std::uint32_t> groups_; // shared formulas whose text came
     ArrayCover cover_;

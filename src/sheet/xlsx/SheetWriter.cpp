@@ -331,7 +331,7 @@ void SheetEdit::appendContent(const BandCell& cell, const std::string& formula)
     else
         tag.set("t", type);
     tag.remove("vm"); // describes the old value
-    if (formula.empty() || formula != cell_.formula) tag.remove("cm");
+    if (formula.empty() || (formula != cell_.formula && !book_.spills(cell.at))) tag.remove("cm");
     std::string inner = formula;
     appendValue(inner, *cell.value, cell.formula, prefix_);
     inner += cell_.rest;
@@ -366,6 +366,10 @@ bool SheetEdit::keepsFormula(const BandCell& cell) const
     if (cell_.group && dissolved_.count(*cell_.group) != 0) return false;
     const auto area = book_.arrayArea(cell.at);
     if (area.has_value() != (cell_.formulaType == "array")) return false;
+    if (area) {
+        const auto written = parseArea(cell_.formulaArea);
+        if (!written || written->rows() != area->rows() || written->cols() != area->cols()) return false;
+    }
     return oldFormula() == book_.content(cell.at);
 }
 

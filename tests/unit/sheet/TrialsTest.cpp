@@ -137,9 +137,10 @@ TEST(Trials, AreOfferedOnlyWhereTheyMayStandForSingleTrials)
         bool offered;
     };
     const Case cases[] = {
-        {"2", "=A1*B1", true},       {"2", "=A1&\"x\"", false}, {"2", "=A1+RAND()", false},
-        {"text", "=LEN(A1)", false}, {"=1+1", "=A1*2", false},  {"2", "=OFFSET(A1,0,0)+1", false},
-        {"2", "=A1+D1", false},      {"2", "=A1>1", false},     {"2", "=IF(A1>9,\"high\",1)", false},
+        {"2", "=A1*B1", true},       {"2", "=A1&\"x\"", false},   {"2", "=A1+RAND()", false},
+        {"text", "=LEN(A1)", false}, {"=1+1", "=A1*2", false},    {"2", "=OFFSET(A1,0,0)+1", false},
+        {"2", "=A1+D1", false},      {"2", "=A1>1", false},       {"2", "=IF(A1>9,\"high\",1)", false},
+        {"2", "=SUM(A1,F4)", true},  {"2", "=SUM(A1,G5)", false}, // where G4 may spill to
     };
     for (const Case& c : cases) {
         Book book;
@@ -147,6 +148,7 @@ TEST(Trials, AreOfferedOnlyWhereTheyMayStandForSingleTrials)
         book.setContent(at("A1"), c.input);
         book.setContent(at("B1"), "3");
         book.setContent(at("D1"), c.formula);
+        book.setContent(at("G4"), "=SEQUENCE(A1-1)");
         book.calculate();
         const Slot inputs[] = {book.slot(at("A1"))}, outputs[] = {book.slot(at("D1"))};
         EXPECT_EQ(book.trials(inputs, outputs, 1) != nullptr, c.offered) << c.formula;

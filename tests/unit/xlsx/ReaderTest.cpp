@@ -116,15 +116,15 @@ TEST(Reader, TellsFormulasOfEveryKind)
         R"(<row r="5"><c r="A5"><f t="array" ref="A5:B6">C1:D2</f><v>1</v></c><c r="B5"><v>2</v></c><c r="C5"><v>7</v></c></row>)"
         R"(<row r="6"><c r="A6"><v>3</v></c><c r="B6"><v>4</v></c></row><row r="7"><c r="A7"><v>5</v></c>)"
         R"(<c r="D7" cm="1"><f t="array" ref="D7:D8">_xlfn.UNIQUE(A1:A3)</f><v>1</v></c></row>)"
-        R"(<row r="8"><c r="D8"><v>6</v></c><c r="E8"><f t="dataTable" ref="E8:E9" r1="A1"/><v>8</v></c></row>)");
+        R"(<row r="8"><c r="D8"><v>6</v></c><c r="E8"><f t="dataTable" ref="E8:E9" r1="A1" del1="1"/><v>8</v></c></row>)");
     EXPECT_THAT(told.cells,
                 ElementsAre("A1 : 1 + 2 -> 3", "B1 : \"a\"&\"\r\" -> ''", "C1 : [1]Prices!A1 -> nothing",
                             "D1 = 4", "A2 master 0 : B2*2 -> 1", "B2 = 9", "A3 follows 0 -> 2",
                             "A4 : B4*3 -> 2", "A5:B6 array : C1:D2 -> 1", "B5 result 2", "C5 = 7",
-                            "A6 result 3", "B6 result 4", "A7 = 5", "D7:D7 spills : _xlfn.UNIQUE(A1:A3) -> 1",
+                            "A6 result 3", "B6 result 4", "A7 = 5", "D7:D8 spills : _xlfn.UNIQUE(A1:A3) -> 1",
                             "D8 result 6", "E8 = 8"));
     EXPECT_THAT(told.notices, ElementsAre(HasSubstr("cell B2: the shared formula 5 has no text"),
-                                          HasSubstr("cell E8: a data table is not recalculated")));
+                                          HasSubstr("cell E8: a data table without its input cells")));
 }
 
 TEST(Reader, KeepsTabOrderNamesAndSettings)
