@@ -102,9 +102,9 @@ TEST(Trials, BlocksGiveTheBitsOfSingleTrials)
         std::mt19937 draw(seed);
         constexpr std::size_t kTrials = 300;
         std::vector<double> x(kTrials * kInputs), y(kTrials * blocks.outputs.size());
-        const double few[] = {0.0, 1.0, 2.0, -1.0, 1.0 + 0x1p-50};
+        const double few[] = {0.0, 1.0, 2.0, -1.0, 1.0 + 0x1p-50, 1.0 - 0x1p-50};
         for (double& v : x)
-            v = draw() % 4 == 0 ? few[draw() % 5] : static_cast<double>(draw() % 5000) / 512.0 - 0.5;
+            v = draw() % 4 == 0 ? few[draw() % 6] : static_cast<double>(draw() % 5000) / 512.0 - 0.5;
         for (std::size_t first = 0; first < kTrials;) {
             const std::size_t done = trials->run(std::span(x).subspan(first * kInputs),
                                                  std::span(y).subspan(first * blocks.outputs.size()));
