@@ -11,6 +11,7 @@ packages_build=(g++ cmake ninja-build ccache pkg-config libexpat1-dev libzip-dev
 packages_test=(libgtest-dev libgmock-dev libbenchmark-dev)
 packages_windows=(g++-mingw-w64-x86-64-win32 mingw-w64-tools wine wine64 fonts-wine fonts-liberation xvfb xauth)
 packages_package=(dpkg-dev file zsh)
+packages_python=(python3-dev pybind11-dev python3-numpy python3-matplotlib)
 packages_fuzz=(clang libclang-rt-14-dev)
 
 # install_missing <package>...: nothing happens when all are there.
