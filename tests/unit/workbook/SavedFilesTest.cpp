@@ -69,7 +69,10 @@ protected:
         EXPECT_GT(formulas, 0);
     }
 
-    fs::path folder_ = fs::path(testing::TempDir()) / "corvane_saved_files";
+    // Of this test alone: others may run beside it.
+    fs::path folder_ =
+        fs::path(testing::TempDir()) /
+        (std::string("corvane_") + testing::UnitTest::GetInstance()->current_test_info()->name());
 };
 
 TEST_F(SavedFiles, ChangedFilesOpen)
