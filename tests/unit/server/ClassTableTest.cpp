@@ -1,4 +1,6 @@
 // Walks the whole table: every class created, every member read, written and called with wrong arguments.
+#include <algorithm>
+#include <iterator>
 #include <map>
 #include <vector>
 
@@ -18,7 +20,7 @@ protected:
     /// An object whose members can all be read: with an item, a family and a grid where reading needs them.
     ObjectRef fresh(const ClassRow& type)
     {
-        if (std::string_view(type.name) == "Collection") return make<c_Formulation>()->Xs;
+        if (std::string_view(type.name) == "Collection") return collection(type);
         if (!type.creatable) return hostObject(type.name);
         const ObjectRef object = createObject("varnex3." + std::string(type.name));
         if (auto f = std::dynamic_pointer_cast<c_Formulation>(object)) f->AddX("a");
@@ -30,6 +32,14 @@ protected:
             d->resizeArrays(3);
         }
         return object;
+    }
+    /// The collection of the kind that the row is for: all kinds go by one name.
+    ObjectRef collection(const ClassRow& type)
+    {
+        const auto f = make<c_Formulation>();
+        const ObjectRef kinds[] = {f->Xs, f->Ys, f->Cs, f->Gs, make<c_Parameter>()->dist};
+        return *std::find_if(std::begin(kinds), std::end(kinds),
+                             [&](const ObjectRef& kind) { return type.holds(*kind); });
     }
     ObjectRef hostObject(std::string_view name)
     {
