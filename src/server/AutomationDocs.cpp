@@ -99,6 +99,11 @@ Activate, Worksheets), `Worksheets` (Item, Count, Add), `Worksheet` (Name, Paren
 takes just two arguments receives the macro's name and an array of its arguments. Only what a call uses has to be
 there: optimizing and simulating need Calculate, ScreenUpdating, StatusBar and Calculation of the application,
 Workbooks.Item and Name for the reports, and Value, Formula, Address, Count, Worksheet and Application of cells.
+
+What differs per client: a script host passes variables by reference and shows numbers, source and text of an error in
+`Err`, small numbers as 0x800A0000 + n ([Windows](windows.md)). Python's variables cannot be assigned by a call: a
+`ByRef` object stands for one, errors are exceptions, and a failed entry point raises its report instead of showing it
+([Python](python.md)). In C++ the classes are used as they are ([library](library.md)).
 )";
 
 } // namespace

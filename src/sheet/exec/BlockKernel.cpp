@@ -22,10 +22,6 @@ constexpr double kNoNumber = std::numeric_limits<double>::quiet_NaN();
 {
     return static_cast<double*>(__builtin_assume_aligned(p, kAlignment));
 }
-[[gnu::always_inline]] inline const double* aligned(const double* p)
-{
-    return static_cast<const double*>(__builtin_assume_aligned(p, kAlignment));
-}
 
 [[gnu::always_inline]] inline bool isFinite(double x) { return std::fabs(x) <= kLargest; }
 
