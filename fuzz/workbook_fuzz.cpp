@@ -45,11 +45,10 @@ public:
     {
         require(inGrid(cell) && stored.isScalar());
     }
-    void arrayFormula(const Area& area, std::string_view text, Value stored, bool spills) override
+    void arrayFormula(const Area& area, std::string_view text, Value stored, bool) override
     {
         formula({area.sheet, area.row0, area.col0}, text, std::move(stored));
         require(inGrid({area.sheet, area.row1, area.col1}) && area.rows() >= 1 && area.cols() >= 1);
-        require(!spills || area.isCell());
     }
     void arrayResult(const CellAddress& cell, Value stored) override
     {
