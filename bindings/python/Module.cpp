@@ -49,7 +49,7 @@ void registerMacro(const py::object& application, const std::string& name, py::o
 {
     // Held where its end takes the interpreter lock: the host may go away without it.
     const std::shared_ptr<py::object> held(new py::object(std::move(callable)), [](py::object* last) {
-        const py::gil_scoped_acquire lock;
+        letGo(*last);
         delete last;
     });
     embedded(application).registerMacro(name, [held](std::span<const Variant> arguments) {

@@ -49,11 +49,7 @@ PyObject* byRefClass = nullptr;
 class PythonObject final : public LateBound {
 public:
     explicit PythonObject(py::object object) : object_(std::move(object)) {}
-    ~PythonObject() override
-    {
-        const py::gil_scoped_acquire lock;
-        object_ = py::object();
-    }
+    ~PythonObject() override { letGo(object_); }
 
     const py::object& object() const { return object_; }
 
@@ -221,6 +217,16 @@ bool endsInException(std::string_view report)
     if (!kept) return false;
     kept->ending = kept->ending || report.find(kept->text) != std::string_view::npos;
     return kept->ending;
+}
+
+void letGo(py::object& last)
+{
+    if (Py_IsInitialized() == 0) { // the library's own globals outlive the interpreter
+        last.release();
+        return;
+    }
+    const py::gil_scoped_acquire lock;
+    last = py::object();
 }
 
 Variant toVariant(py::handle value)

@@ -41,6 +41,9 @@ void keepException(py::error_already_set& raised, bool ending);
 /// stands for the exception.
 bool endsInException(std::string_view report = {});
 
+/// Drops a reference wherever the library ends an object of its own, with the interpreter lock or without.
+void letGo(py::object& last);
+
 /// For arguments and values.
 Variant toVariant(py::handle value);
 /// For results: `type` tells whole numbers from others.
