@@ -14,12 +14,6 @@ namespace {
 
 char lower(char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); }
 
-bool sameName(std::string_view a, std::string_view b)
-{
-    return a.size() == b.size() &&
-           std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) { return lower(x) == lower(y); });
-}
-
 std::vector<const ClassRow*> joined()
 {
     std::vector<const ClassRow*> all;
@@ -39,6 +33,12 @@ std::unordered_map<std::type_index, const ClassRow*> byType()
 }
 
 } // namespace
+
+bool sameName(std::string_view a, std::string_view b)
+{
+    return a.size() == b.size() &&
+           std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) { return lower(x) == lower(y); });
+}
 
 std::span<const ClassRow* const> classTable()
 {

@@ -93,6 +93,9 @@ struct ClassRow {
 /// The classes, public ones first, in the order of the documentation.
 std::span<const ClassRow* const> classTable();
 
+/// Whether two names are the same, letter case ignored.
+bool sameName(std::string_view a, std::string_view b);
+
 /// The class of an object, null when it has none.
 const ClassRow* classOf(const Object& object);
 

@@ -1,8 +1,6 @@
 // server/Convert.cpp - the conversions that are not a line, and where outside objects become hosts.
 #include "server/Convert.h"
 
-#include <algorithm>
-#include <cctype>
 #include <limits>
 #include <string_view>
 
@@ -14,17 +12,10 @@
 namespace varnex3::server {
 namespace {
 
-bool sameLetters(std::string_view a, std::string_view b)
-{
-    const auto lower = [](char c) { return std::tolower(static_cast<unsigned char>(c)); };
-    return a.size() == b.size() &&
-           std::equal(a.begin(), a.end(), b.begin(), [&](char x, char y) { return lower(x) == lower(y); });
-}
-
 bool truth(const std::string& text)
 {
-    if (sameLetters(text, "True")) return true;
-    if (sameLetters(text, "False")) return false;
+    if (sameName(text, "True")) return true;
+    if (sameName(text, "False")) return false;
     return toDouble(text) != 0.0;
 }
 
