@@ -1,0 +1,249 @@
+// sheet/compile/Typing_calls.cpp - the typed code of worksheet functions.
+#include <algorithm>
+#include <cmath>
+#include <optional>
+#include <string_view>
+
+#include "sheet/compile/TypingImpl.h"
+
+namespace varnex3::sheet {
+
+bool Typist::call(const CallSite& site)
+{
+    const FunctionRow& row = *site.row;
+    const std::string_view name = row.name;
+    if (name == "INDEX") return index(site);
+    if (row.traits != Trait::Pure || site.count == 0) return false;
+    if (name == "AVERAGE") return average(site);
+    if (name == "COUNT") {
+        // The sum shows when one of the cells is no number after all.
+        const Operand total = sumOf(site, TypedOp::SumRun, 0.0, TypedOp::Add);
+        drop(site.count, emit(TypedOp::AddProduct, count(site, 0.0, 0.0), total, constant(0.0)).d);
+        return true;
+    }
+    if (name == "VAR" || name == "VAR.S") return statistic(site, 1.0, false);
+    if (name == "VARP" || name == "VAR.P") return statistic(site, 0.0, false);
+    if (name == "STDEV" || name == "STDEV.S") return statistic(site, 1.0, true);
+    if (name == "STDEVP" || name == "STDEV.P") return statistic(site, 0.0, true);
+    if (name == "SUMPRODUCT") return products(site);
+    if (name == "VLOOKUP") return lookUp(site, false);
+    if (name == "HLOOKUP") return lookUp(site, true);
+    if (name == "MATCH") return match(site);
+    if (name == "SUM") return fold(site, TypedOp::SumRun, 0.0, TypedOp::Add);
+    if (name == "SUMSQ") return fold(site, TypedOp::SumSquaresRun, 0.0, TypedOp::AddProduct);
+    if (name == "MIN") return extreme(site, TypedOp::LeastRun);
+    if (name == "MAX") return extreme(site, TypedOp::GreatestRun);
+    if (name == "AND") return connective(site, TypedOp::Both);
+    if (name == "OR") return connective(site, TypedOp::Either);
+    const auto takesNumber = [&](int i) { return row.parameters.of(i).take == Take::Number; };
+    if (name == "NOT" && site.count == 1) {
+        push(emit(TypedOp::Not, arithmetic(pop())).d, Kind::Boolean);
+        return true;
+    }
+    if (site.count == 1 && (name == "SQRT" || name == "ABS")) {
+        push(emit(name == "ABS" ? TypedOp::Absolute : TypedOp::SquareRoot, arithmetic(pop())).d);
+        return true;
+    }
+    if (row.body.one != nullptr && row.parameters.count == 1 && site.count == 1 && takesNumber(0)) {
+        Step& step = emit(TypedOp::One, arithmetic(pop()));
+        step.one = row.body.one;
+        push(step.d);
+        return true;
+    }
+    if (row.body.two != nullptr && row.parameters.count == 2 && site.count == 2 && takesNumber(0) &&
+        takesNumber(1)) {
+        const Operand b = arithmetic(pop());
+        Step& step = emit(TypedOp::Two, arithmetic(pop()), b);
+        step.two = row.body.two;
+        push(step.d);
+        return true;
+    }
+    return false;
+}
+
+/// The arguments in order, each joined to what came before.
+TypedOperand Typist::sumOf(const CallSite& site, TypedOp run, double start, TypedOp joining, Operand from)
+{
+    Operand total = constant(start);
+    for (std::size_t i = stack_.size() - site.count; i < stack_.size(); ++i) {
+        const Entry& e = stack_[i];
+        if (e.isArea) {
+            total = emit(run, read(e.operand.index, true), total, {}, from).d;
+        } else if (joining == TypedOp::AddProduct) {
+            total = emit(joining, total, arithmetic(e), arithmetic(e)).d;
+        } else if (joining == run) {
+            total = emit(run, arithmetic(e), total, {}, from).d; // a run of one
+        } else {
+            total = emit(joining, total, arithmetic(e)).d;
+        }
+    }
+    return total;
+}
+
+/// SUM and its like.
+bool Typist::fold(const CallSite& site, TypedOp run, double start, TypedOp joining)
+{
+    drop(site.count, sumOf(site, run, start, joining));
+    return true;
+}
+
+/// How many numbers the arguments hold, less something.
+TypedOperand Typist::count(const CallSite& site, double less, double fewest)
+{
+    TypedTemplate::Count counted;
+    counted.more = -less;
+    counted.fewest = fewest;
+    for (std::size_t i = stack_.size() - site.count; i < stack_.size(); ++i) {
+        if (stack_[i].isArea) {
+            counted.readings.push_back(read(stack_[i].operand.index, true).index);
+        } else {
+            counted.more += 1.0;
+        }
+    }
+    typed_.counts.push_back(std::move(counted));
+    return {From::Count, static_cast<std::uint32_t>(typed_.counts.size() - 1)};
+}
+
+bool Typist::average(const CallSite& site)
+{
+    const Operand total = sumOf(site, TypedOp::SumRun, 0.0, TypedOp::Add);
+    drop(site.count, emit(TypedOp::Divide, total, count(site, 0.0, 1.0)).d);
+    return true;
+}
+
+/// The mean squared distance from the mean, or its root.
+bool Typist::statistic(const CallSite& site, double less, bool root)
+{
+    const Operand total = sumOf(site, TypedOp::SumRun, 0.0, TypedOp::Add);
+    const Operand mean = emit(TypedOp::Divide, total, count(site, 0.0, 1.0)).d;
+    const Operand squares = sumOf(site, TypedOp::DeviationsRun, 0.0, TypedOp::DeviationsRun, mean);
+    Operand result = emit(TypedOp::Divide, squares, count(site, less, 1.0)).d;
+    if (root) result = emit(TypedOp::SquareRoot, result).d;
+    drop(site.count, result);
+    return true;
+}
+
+bool Typist::products(const CallSite& site)
+{
+    const Entry second = stack_.back(), first = stack_[stack_.size() - site.count];
+    if (site.count != 2 || !first.isArea || !second.isArea) return false;
+    const Operand x = read(first.operand.index, true), y = read(second.operand.index, true);
+    typed_.readings[x.index].isPlain = typed_.readings[y.index].isPlain = true;
+    drop(2, emit(TypedOp::ProductsRun, x, constant(0.0), {}, y).d);
+    return true;
+}
+
+std::optional<double> Typist::constantAt(std::size_t position) const
+{
+    const Entry& e = stack_[position];
+    if (e.isArea || e.operand.from != From::Constant) return std::nullopt;
+    return typed_.constants[e.operand.index];
+}
+
+/// VLOOKUP and HLOOKUP of a number in a table of constant numbers.
+bool Typist::lookUp(const CallSite& site, bool rowwise)
+{
+    const std::size_t first = stack_.size() - site.count;
+    if (site.missing != 0 || stack_[first].isArea || stack_[first].kind != Kind::Number ||
+        !stack_[first + 1].isArea)
+        return false;
+    const auto line = constantAt(first + 2);
+    const auto sorted = site.count > 3 ? constantAt(first + 3) : std::optional(1.0);
+    if (!line || !sorted || !(*line >= 1.0 && *line <= kMaxColumns)) return false;
+    TypedTemplate::Table table;
+    table.how = *sorted != 0.0 ? TypedTable::How::Ascending : TypedTable::How::Exact;
+    table.keys = stack_[first + 1].operand.index;
+    table.line = static_cast<std::int32_t>(*line);
+    table.rowwise = rowwise;
+    typed_.tables.push_back(table);
+    Step& step = emit(TypedOp::Find, stack_[first].operand);
+    step.table = static_cast<std::uint32_t>(typed_.tables.size() - 1);
+    drop(site.count, step.d);
+    return true;
+}
+
+bool Typist::match(const CallSite& site)
+{
+    const std::size_t first = stack_.size() - site.count;
+    if (site.missing != 0 || stack_[first].isArea || stack_[first].kind != Kind::Number ||
+        !stack_[first + 1].isArea)
+        return false;
+    const auto type = site.count > 2 ? constantAt(first + 2) : std::optional(1.0);
+    if (!type) return false;
+    TypedTemplate::Table table;
+    table.how = *type == 0.0  ? TypedTable::How::Exact
+                : *type > 0.0 ? TypedTable::How::Ascending
+                              : TypedTable::How::Descending;
+    table.keys = stack_[first + 1].operand.index;
+    typed_.tables.push_back(table);
+    Step& step = emit(TypedOp::Find, stack_[first].operand);
+    step.table = static_cast<std::uint32_t>(typed_.tables.size() - 1);
+    drop(site.count, step.d);
+    return true;
+}
+
+/// INDEX of one cell among constant ones.
+bool Typist::index(const CallSite& site)
+{
+    const std::size_t first = stack_.size() - site.count;
+    if (site.missing != 0 || site.count < 2 || site.count > 3 || !stack_[first].isArea) return false;
+    for (std::size_t i = first + 1; i < stack_.size(); ++i)
+        if (stack_[i].isArea) return false;
+    TypedTemplate::Table table;
+    table.how = TypedTable::How::Pick;
+    table.values = stack_[first].operand.index;
+    table.line = static_cast<std::int32_t>(site.count) - 1; // numbers given
+    typed_.tables.push_back(table);
+    const Operand row = arithmetic(stack_[first + 1]);
+    const Operand col = site.count > 2 ? arithmetic(stack_[first + 2]) : constant(1.0);
+    Step& step = emit(TypedOp::Pick, row, col);
+    step.table = static_cast<std::uint32_t>(typed_.tables.size() - 1);
+    drop(site.count, step.d);
+    return true;
+}
+
+/// MIN and MAX: the value of the first number, then the others against it.
+bool Typist::extreme(const CallSite& site, TypedOp run)
+{
+    const std::size_t first = stack_.size() - site.count;
+    // Nothing but the first argument may start, or 0 and -0 could come out differently.
+    Operand best = constant(run == TypedOp::LeastRun ? HUGE_VAL : -HUGE_VAL);
+    for (std::size_t i = first; i < stack_.size(); ++i) {
+        const Entry& e = stack_[i];
+        if (e.isArea) {
+            const Operand area = read(e.operand.index, true);
+            // One empty area gives 0; among several arguments the first must hold a number.
+            typed_.readings[area.index].needsNumber = i == first && site.count > 1;
+            best = emit(run, area, best).d;
+        } else {
+            best = emit(run, arithmetic(e), best).d; // a run of one
+        }
+    }
+    stack_.resize(first);
+    push(best);
+    return true;
+}
+
+bool Typist::connective(const CallSite& site, TypedOp op)
+{
+    const std::size_t first = stack_.size() - site.count;
+    Operand all;
+    for (std::size_t i = first; i < stack_.size(); ++i) {
+        const Entry& e = stack_[i];
+        Operand one = e.operand;
+        if (e.isArea) {
+            if (code_.places[e.operand.index].extent != Extent::Cell) return false;
+            one = read(e.operand.index, false);
+            typed_.readings.back().allowsEmpty = false; // an empty cell does not count at all
+            typed_.readings.back().allowsBoolean = true;
+        } else {
+            one = arithmetic(e);
+        }
+        all = emit(op, one, all.from == From::Nothing ? one : all).d;
+    }
+    stack_.resize(first);
+    push(all, Kind::Boolean);
+    return true;
+}
+
+} // namespace varnex3::sheet

@@ -1,0 +1,342 @@
+// sheet/compile/Typing_cells.cpp - the typed instructions of one cell, and the slots that they share.
+#include <algorithm>
+#include <cmath>
+
+#include "sheet/compile/TypingImpl.h"
+
+namespace varnex3::sheet {
+namespace {
+
+using Operand = TypedOperand;
+using From = TypedOperand::From;
+using Step = TypedTemplate::Step;
+
+constexpr std::int64_t kLargestRun = 20000;
+
+/// A stretch of neighbouring numbers in the store.
+struct Run {
+    Slot first;
+    std::uint32_t count;
+};
+
+/// Turns one template into instructions for one cell.
+class Placer {
+public:
+    Placer(const TypedTemplate& typed, const Code& code, const CellAddress& here, Store& store,
+           TypedPool& pool, TypedProgram& program, std::vector<std::pair<Slot, Kind>>& operands)
+        : typed_(typed), code_(code), here_(here), store_(store), pool_(pool), program_(program),
+          operands_(operands)
+    {}
+    bool place(Slot result);
+
+private:
+    bool settle(const TypedTemplate::Reading& reading);
+    bool settleRun(const Area& area, const TypedTemplate::Reading& reading);
+    bool settleCount(const TypedTemplate::Count& count);
+    bool settleTable(const TypedTemplate::Table& table);
+    bool readLine(const Area& area, bool numbersOnly, std::vector<std::pair<Slot, Kind>>& cells);
+    void products(const Step& step, Slot d);
+    void instruction(const Step& step, Slot result, bool isLast);
+    void runs(const Step& step, Slot d);
+    Slot slot(const Operand& o);
+
+    const TypedTemplate& typed_;
+    const Code& code_;
+    const CellAddress& here_;
+    Store& store_;
+    TypedPool& pool_;
+    TypedProgram& program_;
+    std::vector<std::pair<Slot, Kind>>& operands_;
+    std::vector<Slot> slots_;                              // reading -> slot
+    std::vector<Run> runs_;                                // of all readings
+    std::vector<std::pair<std::size_t, std::size_t>> own_; // reading -> its runs
+    std::vector<double> counts_;
+    std::vector<std::uint32_t> tables_; // of the template -> of the program
+};
+
+bool Placer::settle(const TypedTemplate::Reading& reading)
+{
+    const Place& p = code_.places[reading.place];
+    const auto area = resolve(p, here_);
+    if (!area) return false;
+    if (reading.isRun) return settleRun(*area, reading);
+    const auto cell = implicitCell(*area, here_);
+    if (!cell) return false;
+    const Slot slot = store_.make(*cell);
+    const Kind kind = store_.value(slot).kind();
+    const bool fits = kind == Kind::Number || (kind == Kind::Empty && reading.allowsEmpty) ||
+                      (kind == Kind::Boolean && reading.allowsBoolean);
+    if (!fits) return false;
+    operands_.emplace_back(slot, kind);
+    slots_.push_back(slot);
+    own_.emplace_back(0, 0);
+    return true;
+}
+
+bool Placer::settleRun(const Area& area, const TypedTemplate::Reading& reading)
+{
+    if (static_cast<std::int64_t>(area.rows()) * area.cols() > kLargestRun) return false;
+    const std::size_t begin = runs_.size();
+    bool fits = true;
+    // Cells that are not there yet could come to life unnoticed: their slots are made now.
+    for (std::int32_t c = area.col0; c <= area.col1; ++c)
+        for (std::int32_t r = area.row0; r <= area.row1; r += Store::kTileRows - r % Store::kTileRows)
+            store_.make({area.sheet, r, c});
+    store_.visitSlots(area, [&](std::int32_t, std::int32_t, Slot first, std::int32_t n) {
+        for (Slot s = first; s < first + static_cast<Slot>(n) && fits; ++s) {
+            const Kind kind = store_.value(s).kind();
+            operands_.emplace_back(s, kind);
+            if (kind == Kind::Failure || (reading.isPlain && kind != Kind::Number)) fits = false;
+            if (kind != Kind::Number) continue;
+            if (runs_.size() > begin && runs_.back().first + runs_.back().count == s) {
+                ++runs_.back().count;
+            } else {
+                runs_.push_back({s, 1});
+            }
+        }
+        return fits;
+    });
+    slots_.push_back(kNoSlot);
+    own_.emplace_back(begin, runs_.size());
+    if (reading.isPlain && area.rows() > 1 && area.cols() > 1) return false; // a column or a row
+    return fits && (!reading.needsNumber || runs_.size() > begin);
+}
+
+Slot Placer::slot(const Operand& o)
+{
+    switch (o.from) {
+    case From::Constant: return pool_.constant(typed_.constants[o.index]);
+    case From::Place: return slots_[o.index];
+    case From::Temporary: return pool_.temporary(o.index);
+    case From::Count: return pool_.constant(counts_[o.index]);
+    default: return 0;
+    }
+}
+
+bool Placer::settleCount(const TypedTemplate::Count& count)
+{
+    double n = count.more;
+    for (const std::uint32_t reading : count.readings)
+        for (std::size_t k = own_[reading].first; k < own_[reading].second; ++k) n += runs_[k].count;
+    counts_.push_back(n);
+    return n >= count.fewest;
+}
+
+/// The cells of an area, row by row.
+bool Placer::readLine(const Area& area, bool numbersOnly, std::vector<std::pair<Slot, Kind>>& cells)
+{
+    if (static_cast<std::int64_t>(area.rows()) * area.cols() > kLargestRun) return false;
+    for (std::int32_t r = area.row0; r <= area.row1; ++r) {
+        for (std::int32_t c = area.col0; c <= area.col1; ++c) {
+            const Slot slot = store_.make({area.sheet, r, c});
+            const Kind kind = store_.value(slot).kind();
+            if (numbersOnly && kind != Kind::Number) return false;
+            cells.emplace_back(slot, kind);
+        }
+    }
+    return true;
+}
+
+bool Placer::settleTable(const TypedTemplate::Table& table)
+{
+    const bool picks = table.how == TypedTable::How::Pick;
+    const Place& place = code_.places[picks ? table.values : table.keys];
+    const auto whole = resolve(place, here_);
+    if (!whole || place.lastSheet >= 0) return false;
+    TypedTable made;
+    made.how = table.how;
+    made.identity = {static_cast<std::int32_t>(table.how),
+                     whole->sheet,
+                     whole->row0,
+                     whole->col0,
+                     whole->row1,
+                     whole->col1,
+                     table.line,
+                     table.rowwise ? 1 : 0};
+    for (std::uint32_t t = 0; t < program_.tables.size(); ++t) {
+        if (program_.tables[t].identity != made.identity) continue;
+        tables_.push_back(t);
+        return true;
+    }
+    Area keys = *whole, values = *whole;
+    if (picks) {
+        made.rows = static_cast<std::size_t>(whole->rows());
+        made.cols = static_cast<std::size_t>(whole->cols());
+        if (table.line == 1 && made.rows > 1 && made.cols > 1) return false;    // a whole row
+        if (table.line == 1 && made.rows == 1) std::swap(made.rows, made.cols); // along the row
+        if (!readLine(values, false, made.cells)) return false;
+    } else if (table.line == 0) {
+        if (keys.rows() > 1 && keys.cols() > 1) return false;
+        if (!readLine(keys, true, made.keyCells)) return false;
+    } else {
+        if (table.line > (table.rowwise ? whole->rows() : whole->cols())) return false;
+        if (table.rowwise) {
+            keys.row1 = keys.row0;
+            values.row0 = values.row1 = whole->row0 + table.line - 1;
+        } else {
+            keys.col1 = keys.col0;
+            values.col0 = values.col1 = whole->col0 + table.line - 1;
+        }
+        if (!readLine(keys, true, made.keyCells) || !readLine(values, false, made.cells)) return false;
+    }
+    made.read(store_.values());
+    tables_.push_back(static_cast<std::uint32_t>(program_.tables.size()));
+    program_.tables.push_back(std::move(made));
+    return true;
+}
+
+/// Pairs of neighbours in both areas.
+void Placer::products(const Step& step, Slot d)
+{
+    Slot start = slot(step.b);
+    std::vector<Slot> x, y;
+    const auto list = [&](const Operand& o, std::vector<Slot>& slots) {
+        for (std::size_t k = own_[o.index].first; k < own_[o.index].second; ++k)
+            for (std::uint32_t i = 0; i < runs_[k].count; ++i) slots.push_back(runs_[k].first + i);
+    };
+    list(step.a, x);
+    list(step.e, y);
+    for (std::size_t i = 0; i < x.size();) {
+        std::size_t n = 1;
+        while (i + n < x.size() && x[i + n] == x[i] + n && y[i + n] == y[i] + n) ++n;
+        program_.instructions.push_back({step.op, d, x[i], start, static_cast<std::uint32_t>(n), y[i]});
+        start = d;
+        i += n;
+    }
+}
+
+void Placer::runs(const Step& step, Slot d)
+{
+    if (step.op == TypedOp::ProductsRun) return products(step, d);
+    const Slot from = step.op == TypedOp::DeviationsRun ? slot(step.e) : 0;
+    Slot start = slot(step.b);
+    const auto append = [&](Slot first, std::uint32_t count) {
+        program_.instructions.push_back({step.op, d, first, start, count, from});
+        start = d;
+    };
+    if (step.a.from != From::Place || !typed_.readings[step.a.index].isRun) return append(slot(step.a), 1);
+    const auto [begin, end] = own_[step.a.index];
+    for (std::size_t k = begin; k < end; ++k) append(runs_[k].first, runs_[k].count);
+    if (begin < end) return;
+    const bool nothing = step.b.from == From::Constant && std::isinf(typed_.constants[step.b.index]);
+    program_.instructions.push_back({TypedOp::Copy, d, nothing ? pool_.constant(0.0) : start, 0, 0, 0});
+}
+
+void Placer::instruction(const Step& step, Slot result, bool isLast)
+{
+    const Slot d = isLast ? result : slot(step.d);
+    if (isRun(step.op)) return runs(step, d);
+    TypedInstruction in{step.op, d, slot(step.a), slot(step.b), slot(step.c), slot(step.e)};
+    if (step.op == TypedOp::One) {
+        in.b = static_cast<std::uint32_t>(program_.ones.size());
+        if (program_.ones.empty() || program_.ones.back() != step.one) {
+            program_.ones.push_back(step.one);
+        } else {
+            --in.b;
+        }
+    } else if (step.op == TypedOp::Two) {
+        in.c = static_cast<std::uint32_t>(program_.twos.size());
+        if (program_.twos.empty() || program_.twos.back() != step.two) {
+            program_.twos.push_back(step.two);
+        } else {
+            --in.c;
+        }
+    } else if (step.op == TypedOp::Find) {
+        in.b = tables_[step.table];
+    } else if (step.op == TypedOp::Pick) {
+        in.c = tables_[step.table];
+    }
+    program_.instructions.push_back(in);
+}
+
+bool Placer::place(Slot result)
+{
+    const std::size_t known = operands_.size();
+    for (const TypedTemplate::Reading& reading : typed_.readings) {
+        if (settle(reading)) continue;
+        operands_.resize(known);
+        return false;
+    }
+    bool fits = true;
+    for (const TypedTemplate::Count& count : typed_.counts) fits = fits && settleCount(count);
+    for (const TypedTemplate::Step& step : typed_.steps) {
+        if (step.op != TypedOp::ProductsRun) continue;
+        const auto length = [&](const Operand& o) {
+            std::size_t n = 0;
+            for (std::size_t k = own_[o.index].first; k < own_[o.index].second; ++k) n += runs_[k].count;
+            return n;
+        };
+        const auto x = resolve(code_.places[typed_.readings[step.a.index].place], here_);
+        const auto y = resolve(code_.places[typed_.readings[step.e.index].place], here_);
+        fits = fits && length(step.a) == length(step.e) && x->rows() == y->rows();
+    }
+    const std::size_t tables = program_.tables.size();
+    for (const TypedTemplate::Table& table : typed_.tables) fits = fits && settleTable(table);
+    if (!fits) {
+        operands_.resize(known);
+        program_.tables.resize(tables);
+        return false;
+    }
+    // The last instruction writes the result itself where nothing jumps past it.
+    const bool jumps = !typed_.steps.empty() && [&] {
+        for (const Step& step : typed_.steps)
+            if (isJump(step.op)) return true;
+        return false;
+    }();
+    const bool direct = !jumps && !typed_.steps.empty() && typed_.steps.back().d == typed_.value;
+    std::vector<std::uint32_t> starts;
+    std::vector<std::pair<std::size_t, std::uint32_t>> aims; // instruction, step it jumps to
+    for (std::size_t i = 0; i < typed_.steps.size(); ++i) {
+        const Step& step = typed_.steps[i];
+        starts.push_back(static_cast<std::uint32_t>(program_.instructions.size()));
+        if (isJump(step.op)) aims.emplace_back(program_.instructions.size(), step.target);
+        instruction(step, result, direct && i + 1 == typed_.steps.size());
+    }
+    starts.push_back(static_cast<std::uint32_t>(program_.instructions.size()));
+    if (!direct) program_.instructions.push_back({TypedOp::Copy, result, slot(typed_.value), 0, 0, 0});
+    for (const auto& [jump, step] : aims) program_.instructions[jump].d = starts[step];
+    return true;
+}
+
+} // namespace
+
+Slot TypedPool::take()
+{
+    if (next_ == end_) {
+        next_ = store_.makeScratch(Store::kTileRows);
+        end_ = next_ + Store::kTileRows;
+    }
+    store_.value(next_) = Value(0.0);
+    return next_++;
+}
+
+Slot TypedPool::constant(double x)
+{
+    const auto [at, isNew] = constants_.try_emplace(std::bit_cast<std::uint64_t>(x), kNoSlot);
+    if (isNew) {
+        at->second = take();
+        store_.value(at->second) = Value(x);
+    }
+    return at->second;
+}
+
+Slot TypedPool::temporary(std::uint32_t i)
+{
+    while (temporaries_.size() <= i) {
+        const Slot first = store_.makeScratch(kMostRepeats);
+        for (Slot s = first; s < first + kMostRepeats; ++s) store_.value(s) = Value(0.0);
+        temporaries_.push_back(first);
+        temporarySlots_.insert(first);
+    }
+    return temporaries_[i];
+}
+
+bool appendTyped(const TypedTemplate& typed, const Code& code, const CellAddress& here, Slot result,
+                 Store& store, TypedPool& pool, TypedProgram& program,
+                 std::vector<std::pair<Slot, Kind>>& operands)
+{
+    if (!typed.possible) return false;
+    return Placer(typed, code, here, store, pool, program, operands).place(result);
+}
+
+} // namespace varnex3::sheet
