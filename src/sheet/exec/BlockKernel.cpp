@@ -262,6 +262,7 @@ template <class F>
         case BlockOp::Merge:
             for (std::size_t l = 0; l < kLanes; ++l) d[l] = going[l] != 0 ? pa[l] : d[l];
             break;
+        case BlockOp::Formula: registers.formulas->run(in.a, code.sources[in.a], registers, d); break;
         }
     }
 }

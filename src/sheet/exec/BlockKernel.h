@@ -10,6 +10,7 @@
 #include <memory>
 #include <vector>
 
+#include "sheet/exec/BlockFormulas.h"
 #include "sheet/exec/TypedProgram.h"
 
 namespace varnex3::sheet {
@@ -38,6 +39,8 @@ enum class BlockOp : std::uint8_t {
     Else,  // those where the condition was 0 go on; none there: on to the End, instruction d
     Merge, // d = a in the lanes that go on
     End,   // all go on
+
+    Formula, // d = formula a, which reads sources[a]
 };
 
 struct BlockInstruction {
@@ -51,7 +54,8 @@ struct BlockCode {
     std::vector<double (*)(double)> ones;
     std::vector<double (*)(double, double)> twos;
     std::shared_ptr<std::vector<TypedTable>> tables;
-    std::size_t depth = 0; // of IFs within one another
+    std::vector<std::vector<BlockSource>> sources; // by formula
+    std::size_t depth = 0;                         // of IFs within one another
 };
 
 /// The numbers of a block: registers one after the other, the lanes of each side by side.
@@ -66,6 +70,7 @@ public:
     {
         return masks_.data() + (2 * depth + branch) * kLanes;
     }
+    std::unique_ptr<FormulaLanes> formulas; // null when the program has none
 
 private:
     std::vector<double> space_;

@@ -34,9 +34,13 @@ bool isControl(BlockOp op) { return op == BlockOp::If || op == BlockOp::Else || 
 /// Works with variables, each defined once (twice where an IF joins its values); they get registers last.
 class BlockMaker {
 public:
-    BlockMaker(const TypedProgram& typed, std::span<const Slot> inputs, std::span<const Slot> outputs)
+    BlockMaker(const TypedProgram& typed, BlockFormulas formulas, std::span<const Slot> inputs,
+               std::span<const Slot> outputs)
         : typed_(typed), inputs_(inputs), outputs_(outputs)
-    {}
+    {
+        program_.each_.sources.resize(formulas.all.size());
+        program_.formulas_ = std::make_shared<const BlockFormulas>(std::move(formulas));
+    }
 
     std::optional<BlockProgram> make()
     {
@@ -55,16 +59,17 @@ private:
         std::uint32_t result = kNone;         // variable of the first value, then of both
     };
 
-    std::uint32_t variable(bool constant)
+    std::uint32_t variable(bool constant, bool fromCell = false)
     {
         constant_.push_back(constant);
+        fromCell_.push_back(fromCell);
         return static_cast<std::uint32_t>(constant_.size() - 1);
     }
     std::uint32_t read(Slot slot)
     {
         const auto [at, isNew] = current_.try_emplace(slot, kNone);
         if (isNew) {
-            at->second = variable(true);
+            at->second = variable(true, true);
             constants_.emplace_back(slot, at->second);
         }
         return at->second;
@@ -72,7 +77,7 @@ private:
     bool instruction(std::size_t i);
     void operation(const TypedInstruction& in);
     void list(const TypedInstruction& in);
-    void jump(const TypedInstruction& in);
+    void formula(const TypedInstruction& in);
     std::uint32_t emit(BlockInstruction in, bool constant);
     template <class F>
     static void visitOperands(const BlockCode& code, const BlockInstruction& in, F f);
@@ -83,10 +88,12 @@ private:
     std::span<const Slot> inputs_, outputs_;
     BlockProgram program_;
     std::vector<bool> constant_;                            // by variable: the same in every trial
+    std::vector<bool> fromCell_;                            // by variable: what a cell holds
     std::unordered_map<Slot, std::uint32_t> current_;       // slot -> the variable that it holds now
     std::vector<std::pair<Slot, std::uint32_t>> constants_; // slot -> variable
     std::vector<std::uint32_t> outputVariables_;
     std::vector<Branch> branches_;
+    std::unordered_map<Slot, std::int32_t> given_; // slot -> the formula whose result it is
 };
 
 std::uint32_t BlockMaker::emit(BlockInstruction in, bool constant)
@@ -105,6 +112,7 @@ bool BlockMaker::instruction(std::size_t i)
     }
     switch (in.op) {
     case TypedOp::Repeat: return false;
+    case TypedOp::Formula: formula(in); return true;
     case TypedOp::JumpIfZero:
         program_.each_.instructions.push_back({BlockOp::If, 0, read(in.a), 0, 0, 0});
         branches_.push_back({in.d, 0, kNone});
@@ -156,6 +164,20 @@ void BlockMaker::operation(const TypedInstruction& in)
     current_[in.d] = emit(out, constant);
 }
 
+/// A formula for the general evaluator. Cells that no trial changes are copied once (FormulaLanes).
+void BlockMaker::formula(const TypedInstruction& in)
+{
+    std::vector<BlockSource>& sources = program_.each_.sources[in.a];
+    for (const auto& [slot, kind] : program_.formulas_->all[in.a].cells) {
+        const auto at = current_.find(slot);
+        if (at == current_.end() || fromCell_[at->second]) continue;
+        const auto given = given_.find(slot);
+        sources.push_back({slot, at->second, kind, given == given_.end() ? -1 : given->second});
+    }
+    current_[in.d] = emit({BlockOp::Formula, 0, in.a, 0, 0, 0}, false);
+    given_[in.d] = static_cast<std::int32_t>(in.a);
+}
+
 /// The numbers of a run one after the other; what comes first and does not depend on the inputs is summed up
 /// once.
 void BlockMaker::list(const TypedInstruction& in)
@@ -193,6 +215,10 @@ void BlockMaker::visitOperands(const BlockCode& code, const BlockInstruction& in
         for (std::uint32_t k = 0; k < in.c; ++k) f(code.lists[in.a + k]);
         f(in.b);
         if (in.op == BlockOp::DeviationsList) f(in.e);
+        return;
+    }
+    if (in.op == BlockOp::Formula) {
+        for (const BlockSource& source : code.sources[in.a]) f(source.number);
         return;
     }
     const std::uint32_t operands[] = {in.a, in.b, in.c, in.e};
@@ -262,6 +288,8 @@ void BlockMaker::assignRegisters()
             for (std::uint32_t k = 0; k < in.c; ++k) code.lists[in.a + k] = place[code.lists[in.a + k]];
             in.b = place[in.b];
             in.e = in.op == BlockOp::DeviationsList ? place[in.e] : in.b;
+        } else if (in.op == BlockOp::Formula) {
+            for (BlockSource& source : code.sources[in.a]) source.number = place[source.number];
         } else {
             std::uint32_t* const operands[] = {&in.a, &in.b, &in.c, &in.e};
             const std::size_t used = operandsOf(in.op);
@@ -318,10 +346,10 @@ void BlockMaker::assignRegisters()
     }
 }
 
-std::optional<BlockProgram> BlockProgram::make(const TypedProgram& typed, std::span<const Slot> inputs,
-                                               std::span<const Slot> outputs)
+std::optional<BlockProgram> BlockProgram::make(const TypedProgram& typed, BlockFormulas formulas,
+                                               std::span<const Slot> inputs, std::span<const Slot> outputs)
 {
-    return BlockMaker(typed, inputs, outputs).make();
+    return BlockMaker(typed, std::move(formulas), inputs, outputs).make();
 }
 
 void BlockProgram::readTables(Store& store)
@@ -332,6 +360,7 @@ void BlockProgram::readTables(Store& store)
 BlockRegisters BlockProgram::load(const Store& store) const
 {
     BlockRegisters registers(registers_, each_.depth);
+    if (!formulas_->all.empty()) registers.formulas = std::make_unique<FormulaLanes>(formulas_, store);
     for (const auto& [slot, r] : constants_)
         std::fill_n(registers.lanes(r), kLanes, store.value(slot).number());
     runBlock(once_, registers);
@@ -349,6 +378,7 @@ std::size_t BlockProgram::run(BlockRegisters& registers, const double* inputs, d
         // Lanes without a trial repeat the last one.
         for (std::size_t l = 0; l < kLanes; ++l) lanes[l] = inputs[std::min(l, count - 1) * wide + i];
     }
+    if (registers.formulas) registers.formulas->setCount(count);
     runBlock(each_, registers);
     std::size_t done = count;
     for (std::size_t o = 0; o < narrow; ++o) {

@@ -21,10 +21,11 @@ class BlockProgram {
 public:
     /// @param typed    the instructions of formulas in order, without Repeat
     /// @param inputs   cells that differ from trial to trial
+    /// @param formulas what the Formula instructions of `typed` stand for
     /// @param outputs  cells wanted; each an input, a result of `typed`, or a cell that holds a number
     /// @return         nothing when the code goes beyond what blocks can do
-    static std::optional<BlockProgram> make(const TypedProgram& typed, std::span<const Slot> inputs,
-                                            std::span<const Slot> outputs);
+    static std::optional<BlockProgram> make(const TypedProgram& typed, BlockFormulas formulas,
+                                            std::span<const Slot> inputs, std::span<const Slot> outputs);
 
     /// Takes what tables hold from the cells as they are; before `load`.
     void readTables(Store& store);
@@ -39,12 +40,17 @@ public:
                     std::size_t count) const;
 
     /// Instructions per trial: a measure of its cost.
-    std::size_t length() const { return each_.instructions.size(); }
+    std::size_t length() const
+    {
+        constexpr std::size_t kFormula = 50; // in instructions
+        return each_.instructions.size() + kFormula * formulas_->all.size();
+    }
 
 private:
     friend class BlockMaker;
 
     BlockCode once_, each_;
+    std::shared_ptr<const BlockFormulas> formulas_;
     std::vector<std::pair<Slot, std::uint32_t>> constants_; // cell -> register
     std::vector<std::optional<std::uint32_t>> inputs_;      // register, for those that are read
     std::vector<std::uint32_t> outputs_;                    // register

@@ -15,6 +15,8 @@ class Evaluator {
 public:
     Evaluator(Store& store, Environment& environment) : store_(store), environment_(environment) {}
 
+    Environment& environment() const { return environment_; }
+
     /// The value of a code seen from `here`: a scalar or an array. Nothing when it met a cell that waits
     /// for its own recalculation: `blocked` then says which cells must come first.
     std::optional<Value> evaluate(const Code& code, const CellAddress& here);

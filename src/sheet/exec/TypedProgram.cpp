@@ -177,6 +177,7 @@ std::uint32_t TypedProgram::run(Value* values, std::uint32_t begin, std::uint32_
                 if (!repeat(values, code[at + 1 + 2 * k], code[at + 2 + 2 * k], in.a)) return at;
             at += 2 * in.b;
             continue;
+        case TypedOp::Formula: return at;
         }
         if (!isFinite(r)) return at;
         values[in.d].setNumber(r);

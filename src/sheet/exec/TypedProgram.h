@@ -83,6 +83,8 @@ enum class TypedOp : std::uint16_t {
     /// The b operations that follow, each with an instruction that holds the strides of its operands: every
     /// one is done for a neighbouring formulas before the next one starts.
     Repeat,
+
+    Formula, // d = formula a of BlockFormulas.h; in blocks only
 };
 
 /// Cells in which typed code looks something up. None of them changes while the code runs.

@@ -128,51 +128,84 @@ void Plan::build(Store& store, FormulaTable& formulas, TypedPool& pool,
 }
 
 bool Plan::appendNeeded(Store& store, FormulaTable& formulas, TypedPool& pool, std::span<const Slot> outputs,
-                        TypedProgram& typed, std::vector<std::pair<Slot, Kind>>& outside) const
+                        TypedProgram& typed, std::vector<BlockFormula>& general,
+                        std::vector<std::pair<Slot, Kind>>& outside) const
 {
-    std::unordered_set<Slot> needed(outputs.begin(), outputs.end()), results;
-    std::vector<FormulaId> chosen;
+    std::vector<bool> inPlan(formulas.size(), false);
+    for (const FormulaId f : order.formulas) inPlan[f] = true;
     const auto append = [&](FormulaId f, TypedProgram& into, std::vector<std::pair<Slot, Kind>>& reads) {
         const Slot slot = formulas.cell(f).slot;
-        return !formulas.isBlock(f) && formulas.typed(f).result == store.value(slot).kind() &&
+        return formulas.typed(f).result == store.value(slot).kind() &&
                appendTyped(formulas.typed(f), formulas.code(f), store.address(slot), slot, store, pool, into,
                            reads);
     };
+    // Typed code leaves out cells of some kinds, and looks up in cells that stay as they are.
+    const auto holds = [&](const TypedProgram& made, const std::vector<std::pair<Slot, Kind>>& reads) {
+        return std::all_of(reads.begin(), reads.end(),
+                           [&](const auto& cell) {
+                               const FormulaId from = store.formula(cell.first);
+                               return cell.second == Kind::Number || cell.second == Kind::Boolean ||
+                                      from == kNoFormula || !inPlan[from];
+                           }) &&
+               std::all_of(made.instructions.begin(), made.instructions.end(), [&](const auto& in) {
+                   const auto table = in.table();
+                   return !table || isFixed(made.tables[*table], store, inPlan);
+               });
+    };
+
+    struct Chosen {
+        FormulaId formula;
+        std::optional<BlockFormula> general;
+    };
+    std::vector<Chosen> chosen;
+    std::unordered_set<Slot> needed(outputs.begin(), outputs.end()), results;
     TypedProgram scratch;
-    std::vector<std::pair<Slot, Kind>> read;
+    std::vector<std::pair<Slot, Kind>> read, own;
     for (auto f = order.formulas.rbegin(); f != order.formulas.rend(); ++f) {
-        bool wanted = false;
+        const Slot slot = formulas.cell(*f).slot;
+        bool wanted = needed.contains(slot);
         if (formulas.isBlock(*f)) {
             store.visitSlots(formulas.block(*f), [&](std::int32_t, std::int32_t, Slot first, std::int32_t n) {
                 for (Slot s = first; s < first + static_cast<Slot>(n); ++s)
                     wanted = wanted || needed.contains(s);
                 return true;
             });
-        } else {
-            wanted = needed.contains(formulas.cell(*f).slot);
+            if (wanted) return false;
         }
         if (!wanted) continue;
         scratch.instructions.clear();
-        const std::size_t known = read.size();
-        if (!append(*f, scratch, read)) return false;
-        for (std::size_t k = known; k < read.size(); ++k) needed.insert(read[k].first);
-        results.insert(formulas.cell(*f).slot);
-        chosen.push_back(*f);
+        own.clear();
+        const bool isTyped = append(*f, scratch, own) && holds(scratch, own);
+        if (!isTyped) {
+            auto formula = blockFormula(formulas.code(*f), slot, formulas.spills(*f), store);
+            if (!formula) return false;
+            own = formula->cells;
+            chosen.push_back({*f, std::move(*formula)});
+        } else {
+            chosen.push_back({*f, std::nullopt});
+        }
+        for (const auto& cell : own) needed.insert(cell.first);
+        read.insert(read.end(), own.begin(), own.end());
+        results.insert(slot);
     }
     std::sort(read.begin(), read.end());
     read.erase(std::unique(read.begin(), read.end()), read.end());
     for (const auto& operand : read)
         if (!results.contains(operand.first)) outside.push_back(operand);
-    std::vector<bool> inPlan(formulas.size(), false);
-    for (const FormulaId f : order.formulas) inPlan[f] = true;
-    for (const TypedTable& table : scratch.tables) {
-        if (!isFixed(table, store, inPlan)) return false;
+    for (auto f = chosen.rbegin(); f != chosen.rend(); ++f) {
+        own.clear();
+        if (!f->general) {
+            if (!append(f->formula, typed, own)) return false;
+            continue;
+        }
+        typed.instructions.push_back({TypedOp::Formula, formulas.cell(f->formula).slot,
+                                      static_cast<std::uint32_t>(general.size()), 0, 0, 0});
+        general.push_back(std::move(*f->general));
+    }
+    for (const TypedTable& table : typed.tables) {
         outside.insert(outside.end(), table.keyCells.begin(), table.keyCells.end());
         outside.insert(outside.end(), table.cells.begin(), table.cells.end());
     }
-    std::vector<std::pair<Slot, Kind>> again;
-    for (auto f = chosen.rbegin(); f != chosen.rend(); ++f)
-        if (!append(*f, typed, again)) return false;
     return true;
 }
 

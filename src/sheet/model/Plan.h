@@ -29,6 +29,7 @@ struct TrialCode {
     BlockProgram program;
     std::vector<std::pair<Slot, Kind>> operands; // cells read that do not depend on the inputs
     std::vector<Slot> changing;                  // inputs and all that they affect; sorted
+    std::vector<Area> used;                      // by sheet; none when no formula may ask
     std::uint64_t plan = 0;
     std::uint64_t structure = 0;
 };
@@ -57,11 +58,13 @@ struct Plan {
     /// @param levels  by formula: its position in the longest chain of affected formulas
     void build(Store& store, FormulaTable& formulas, TypedPool& pool,
                const std::vector<std::uint32_t>& levels);
-    /// Appends the instructions of the formulas that some outputs need, in order; false when one of them is
-    /// not typed.
+    /// Appends the instructions of the formulas that some outputs need, in order; false when one of them
+    /// cannot be worked out away from the book.
+    /// @param general  receives those that have no typed code
     /// @param outside  receives what they read from outside the plan
     bool appendNeeded(Store& store, FormulaTable& formulas, TypedPool& pool, std::span<const Slot> outputs,
-                      TypedProgram& typed, std::vector<std::pair<Slot, Kind>>& outside) const;
+                      TypedProgram& typed, std::vector<BlockFormula>& general,
+                      std::vector<std::pair<Slot, Kind>>& outside) const;
     /// Takes what the tables of typed code hold from the cells again.
     void readTables(Store& store)
     {

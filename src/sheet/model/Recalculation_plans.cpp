@@ -150,9 +150,13 @@ std::optional<TrialCode> Recalculation::trialCode(const std::vector<Slot>& input
     if (!repeats || !plan.order.loops.empty()) return std::nullopt;
     TrialCode code;
     TypedProgram typed;
-    if (!plan.appendNeeded(store_, formulas_, pool_, outputs, typed, code.operands)) return std::nullopt;
+    BlockFormulas general{{}, &evaluator_.environment()};
+    if (!plan.appendNeeded(store_, formulas_, pool_, outputs, typed, general.all, code.operands))
+        return std::nullopt;
+    for (SheetIndex s = 0; !general.all.empty() && s < store_.sheetCount(); ++s)
+        code.used.push_back(store_.used(s));
     if (mayBeCovered(plan.order, code.operands)) return std::nullopt;
-    auto program = BlockProgram::make(typed, inputs, outputs);
+    auto program = BlockProgram::make(typed, std::move(general), inputs, outputs);
     if (!program) return std::nullopt;
     code.program = std::move(*program);
     code.changing = inputs;
@@ -170,10 +174,12 @@ std::optional<TrialCode> Recalculation::trialCode(const std::vector<Slot>& input
 bool Recalculation::fits(const TrialCode& code) const
 {
     const bool waiting = all_ || !changed_.empty() || !written_.empty();
-    return !waiting && code.structure == structure_ &&
-           std::all_of(code.operands.begin(), code.operands.end(), [&](const auto& operand) {
-               return store_.value(operand.first).kind() == operand.second;
-           });
+    if (waiting || code.structure != structure_) return false;
+    for (std::size_t s = 0; s < code.used.size(); ++s)
+        if (store_.used(static_cast<SheetIndex>(s)) != code.used[s]) return false;
+    return std::all_of(code.operands.begin(), code.operands.end(), [&](const auto& operand) {
+        return store_.value(operand.first).kind() == operand.second;
+    });
 }
 
 std::uint64_t Recalculation::valuesFor(const TrialCode& code)
