@@ -135,8 +135,12 @@ public:
     SheetIndex loadedSheets() const;
     /// The area of the array formula that a cell belongs to; nothing for other cells.
     std::optional<Area> arrayArea(const CellAddress& cell) const;
-    /// Whether the cell's formula fills as many cells as its result has elements, and has done so.
+    /// Whether the cell's formula fills as many cells as its result has elements, and has had or may have
+    /// several.
     bool spills(const CellAddress& cell) const;
+    /// Whether the cell's formula takes the cell of its own row or column where one value is wanted; else it
+    /// is evaluated element by element.
+    bool takesSingles(const CellAddress& cell) const;
     /// The defined names that were added or given another meaning, also because a sheet was renamed or
     /// removed.
     std::vector<NameState> changedNames() const;

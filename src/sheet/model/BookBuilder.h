@@ -43,6 +43,8 @@ public:
 
     /// A table, told before the cells whose formulas name it.
     virtual void table(Table /*table*/) {}
+    /// Cells that are shown as one.
+    virtual void merged(const Area& /*area*/) {}
     /// A row that is not shown, and an area whose hidden rows are hidden by a filter.
     virtual void hiddenRow(SheetIndex /*sheet*/, std::int32_t /*row*/) {}
     virtual void filtered(const Area& /*area*/) {}

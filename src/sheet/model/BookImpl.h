@@ -63,6 +63,7 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     }
     void defineName(std::string name, std::optional<SheetIndex> scope, std::string formula) override;
     void table(Table table) override;
+    void merged(const Area& area) override { mergedAreas.push_back(area); }
     void hiddenRow(SheetIndex sheet, std::int32_t row) override;
     void filtered(const Area& area) override { filters.push_back(area); }
     void constant(const CellAddress& cell, Value value) override;
@@ -103,6 +104,7 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     void removeSheet(SheetIndex sheet);
     std::vector<std::string> tablesOf(SheetIndex sheet) const;
     void forgetSheet(SheetIndex sheet);
+    void closeAreas();
     void checkSheetName(std::string_view name, std::optional<SheetIndex> except) const;
     void namesChanged();
     void settleNames();
@@ -127,6 +129,7 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     std::vector<DefinedName> definedNames;
     std::unordered_multimap<std::string, std::size_t> nameIndex; // lower case -> definedNames
     std::vector<Table> tables;
+    std::vector<Area> mergedAreas;                          // shown as one cell each
     std::vector<Area> filters;                              // whose hidden rows are filtered out
     std::vector<std::vector<std::int32_t>> hiddenRows;      // by sheet, ascending
     std::unordered_map<std::uint64_t, CodeId> sharedGroups; // sheet and group, while loading

@@ -1,7 +1,59 @@
 // sheet/model/Changes.cpp - what differs from the file that a book was loaded from.
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+
 #include "sheet/model/BookImpl.h"
 
 namespace varnex3::sheet {
+namespace {
+
+// Functions whose result has as many elements as their arguments say, sorted.
+constexpr std::string_view kSized[] = {
+    "BYCOL",     "BYROW",  "CHOOSECOLS", "CHOOSEROWS", "DROP",      "EXPAND",    "FILTER",
+    "FREQUENCY", "GROWTH", "HSTACK",     "LINEST",     "LOGEST",    "MAKEARRAY", "MAP",
+    "MINVERSE",  "MMULT",  "MODE.MULT",  "MUNIT",      "RANDARRAY", "SCAN",      "SEQUENCE",
+    "SORT",      "SORTBY", "TAKE",       "TEXTSPLIT",  "TOCOL",     "TOROW",     "TRANSPOSE",
+    "TREND",     "UNIQUE", "VSTACK",     "WRAPCOLS",   "WRAPROWS"};
+static_assert(std::is_sorted(std::begin(kSized), std::end(kSized)));
+
+bool isSized(std::string_view function)
+{
+    return std::binary_search(std::begin(kSized), std::end(kSized), function);
+}
+
+bool holdsArrays(const Code& code)
+{
+    return std::any_of(code.constants.begin(), code.constants.end(),
+                       [](const Value& value) { return value.isArray(); }) ||
+           std::any_of(code.calls.begin(), code.calls.end(),
+                       [](const CallSite& call) { return isSized(call.row->name); });
+}
+
+/// Whether a formula's result may be an array that stands in it: one that no function takes whole.
+bool mayGiveArray(const Tree& tree)
+{
+    std::vector<const Node*> pending{&tree.root()};
+    while (!pending.empty()) {
+        const Node& n = *pending.back();
+        pending.pop_back();
+        if (n.kind == NodeKind::Array) return true;
+        if (n.kind == NodeKind::Single || n.kind == NodeKind::Spill) continue;
+        const bool call = n.kind == NodeKind::Call;
+        const std::string_view name =
+            call ? tree.texts[static_cast<std::size_t>(n.text)] : std::string_view();
+        if (call && isSized(name)) return true;
+        const FunctionRow* row = call && name != "LET" && name != "LAMBDA" ? findFunction(name) : nullptr;
+        for (std::uint32_t i = 0; i < n.childCount; ++i) {
+            const bool whole = row != nullptr && !has(row->traits, Trait::Lazy) &&
+                               row->parameters.of(static_cast<int>(i)).take >= Take::Range;
+            if (!whole) pending.push_back(&tree.child(n, i));
+        }
+    }
+    return false;
+}
+
+} // namespace
 
 void Book::Impl::markEdited(FormulaId f)
 {
@@ -74,7 +126,16 @@ bool Book::spills(const CellAddress& cell) const
 {
     const Slot slot = impl_->store.find(cell);
     const FormulaId f = slot == kNoSlot ? kNoFormula : impl_->store.formula(slot);
-    return f != kNoFormula && impl_->formulas.spills(f) && impl_->formulas.isBlock(f);
+    if (f == kNoFormula || !impl_->formulas.spills(f)) return false;
+    if (impl_->formulas.isBlock(f) || impl_->formulas.cell(f).gaveArray) return true;
+    return holdsArrays(impl_->formulas.code(f)) && mayGiveArray(impl_->formulas.tree(f));
+}
+
+bool Book::takesSingles(const CellAddress& cell) const
+{
+    const Slot slot = impl_->store.find(cell);
+    const FormulaId f = slot == kNoSlot ? kNoFormula : impl_->store.formula(slot);
+    return f != kNoFormula && !impl_->formulas.shared(impl_->formulas.cell(f).code).array;
 }
 
 std::vector<NameState> Book::changedNames() const

@@ -76,6 +76,8 @@ public:
     const Area& block(FormulaId f) const { return blocks_[static_cast<std::size_t>(cells_[f].block)]; }
     /// The formula as text with "=", seen from `here`.
     std::string text(FormulaId f, const CellAddress& here) const;
+    /// The tree of a formula whose text could be parsed.
+    Tree tree(FormulaId f) const { return treeOf(*codes_[cells_[f].code]); }
 
     /// Whether the formulas of a code name a sheet or one of some tables, by code.
     std::vector<bool> codesNaming(std::string_view sheet, const std::vector<std::string>& tables) const;

@@ -14,6 +14,9 @@ namespace {
 bool agree(const Value& now, const Value& then, double slack)
 {
     constexpr double kRelative = 1e-9;
+    // Files store the newer error values as #VALUE!.
+    const bool newer = now.isFailure() && (now.failure() == Failure::Spill || now.failure() == Failure::Calc);
+    if (newer && then.isFailure() && then.failure() == Failure::Value) return true;
     if (!now.isNumber() || !then.isNumber()) return now == then;
     const double a = now.number(), b = then.number();
     return std::fabs(a - b) <= std::max(slack, kRelative * std::max(std::fabs(a), std::fabs(b)));

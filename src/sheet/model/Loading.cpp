@@ -142,6 +142,7 @@ void Book::Impl::finishLoading()
     namesStale = false;
     loadedSheets = store.sheetCount();
     sharedGroups.clear();
+    closeAreas();
     for (FormulaId f = 0; f < formulas.size(); ++f)
         if (formulas.isAlive(f) && formulas.spills(f) && formulas.isBlock(f)) recalculation.checkSpill(f);
     formulas.compileAll(*this);

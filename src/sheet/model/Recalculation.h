@@ -59,6 +59,8 @@ public:
     /// Before a further cell of a spilled block gets a content of its own, or the formula goes away.
     void withdraw(FormulaId f);
     void checkSpill(FormulaId f);
+    /// Areas that no formula spills into: tables, merged cells.
+    void closedAreas(std::vector<Area> areas) { closed_ = std::move(areas); }
     /// Whether the next recalculation may ask for the time of day.
     bool needsTime() const { return all_ || !changed_.empty() || !everyTime_.empty(); }
 
@@ -180,6 +182,7 @@ private:
     std::map<FormulaId, Area> refused_;           // what formulas that show #SPILL! wanted
     std::unordered_map<FormulaId, int> reshapes_; // in the calculation that runs
     std::unordered_map<FormulaId, Value> pinned_; // results that stand until its end
+    std::vector<Area> closed_;                    // not to be spilled into
     std::unordered_set<FormulaId> iterated_;
     int rounds_ = 0;
     double change_ = 0.0;

@@ -1,7 +1,8 @@
 // sheet/model/Spills.cpp - formulas whose results fill as many cells as they have elements.
 //
 // A spilling formula owns a block from its own cell on. Where something else is in the way it shows #SPILL!
-// in its own cell, remembers what it wanted, and is tried again when the obstacle goes. Of two that want one
+// in its own cell, remembers what it wanted, and is tried again when the obstacle goes; tables and merged
+// cells are always in the way. Of two that want one
 // cell the one whose own cell comes first (sheet, row, column) has it, whatever was calculated first.
 #include <algorithm>
 #include <tuple>
@@ -57,6 +58,8 @@ void Recalculation::spill(FormulaId f, Value result)
 bool Recalculation::makeRoom(FormulaId f, const Area& wanted)
 {
     if (wanted.row1 >= kMaxRows || wanted.col1 >= kMaxColumns) return false;
+    if (std::any_of(closed_.begin(), closed_.end(), [&](const Area& area) { return overlap(area, wanted); }))
+        return false;
     const auto place = [&](FormulaId g) {
         const CellAddress a = store_.address(formulas_.cell(g).slot);
         return std::make_tuple(a.sheet, a.row, a.col);

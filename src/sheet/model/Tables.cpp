@@ -1,4 +1,4 @@
-// sheet/model/Tables.cpp - tables of sheets, and rows that are not shown.
+// sheet/model/Tables.cpp - tables and merged cells of sheets, and rows that are not shown.
 #include <algorithm>
 
 #include "sheet/compile/Structured.h"
@@ -42,11 +42,22 @@ std::vector<std::string> Book::Impl::tablesOf(SheetIndex sheet) const
 void Book::Impl::forgetSheet(SheetIndex sheet)
 {
     std::erase_if(tables, [&](const Table& table) { return table.area.sheet == sheet; });
-    std::erase_if(filters, [&](const Area& area) { return area.sheet == sheet; });
+    for (std::vector<Area>* areas : {&filters, &mergedAreas})
+        std::erase_if(*areas, [&](const Area& area) { return area.sheet == sheet; });
     const auto moved = [&](SheetIndex& s) { s -= s > sheet ? 1 : 0; };
     for (Table& table : tables) moved(table.area.sheet);
-    for (Area& area : filters) moved(area.sheet);
+    for (std::vector<Area>* areas : {&filters, &mergedAreas})
+        for (Area& area : *areas) moved(area.sheet);
+    closeAreas();
     if (static_cast<std::size_t>(sheet) < hiddenRows.size()) hiddenRows.erase(hiddenRows.begin() + sheet);
+}
+
+/// Formulas do not spill into tables and merged cells.
+void Book::Impl::closeAreas()
+{
+    std::vector<Area> closed = mergedAreas;
+    for (const Table& table : tables) closed.push_back(table.area);
+    recalculation.closedAreas(std::move(closed));
 }
 
 void Book::Impl::hiddenRow(SheetIndex sheet, std::int32_t row)

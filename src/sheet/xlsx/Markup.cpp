@@ -8,6 +8,7 @@
 
 #include "sheet/format/Convert.h"
 #include "sheet/formula/Lexical.h"
+#include "sheet/formula/Parser.h"
 #include "sheet/xlsx/Prefixes.h"
 
 namespace varnex3::sheet::xlsx {
@@ -190,6 +191,9 @@ std::size_t characterLength(std::string_view text)
                : length;
 }
 
+/// Error values newer than the format stand there as #VALUE! until they are calculated.
+Failure storedFailure(Failure f) { return f == Failure::Spill || f == Failure::Calc ? Failure::Value : f; }
+
 bool isHex(char c) { return lexical::isDigit(c) || (lexical::upper(c) >= 'A' && lexical::upper(c) <= 'F'); }
 
 /// Whether "_xHHHH_" stands here, which would be read as one character.
@@ -256,10 +260,16 @@ void appendCellName(std::string& out, std::int32_t row, std::int32_t col)
     out.append(digits.data(), end);
 }
 
-std::string fileFormula(std::string_view text)
+std::string fileFormula(std::string_view text, const FormulaPlace& place)
 {
-    const std::string marked = withNamePrefixes(text);
-    std::string_view formula = marked;
+    const CellAddress anywhere;
+    ParseResult parsed = parseFormula(text, anywhere);
+    std::string marked;
+    if (Tree* tree = std::get_if<Tree>(&parsed)) {
+        const bool bound = prefixNames(*tree), spelled = spellOutSingles(*tree, place);
+        if (bound || spelled) marked = formulaText(*tree, anywhere);
+    }
+    std::string_view formula = marked.empty() ? text : std::string_view(marked);
     if (formula.starts_with('=')) formula.remove_prefix(1);
     std::string result;
     for (std::size_t i = 0; i < formula.size();) {
@@ -302,7 +312,9 @@ void appendValue(std::string& out, const Value& value, bool formula, std::string
     case Kind::Number: element("v", [&] { appendNumber(out, value.number()); }); break;
     case Kind::Boolean: element("v", [&] { out += value.boolean() ? '1' : '0'; }); break;
     case Kind::Failure:
-        if (value.failure() != Failure::Circular) element("v", [&] { out += failureText(value.failure()); });
+        if (value.failure() != Failure::Circular)
+            element("v",
+                    [&] { out += failureText(formula ? storedFailure(value.failure()) : value.failure()); });
         break;
     case Kind::Text:
         if (formula) {

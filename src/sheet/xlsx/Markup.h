@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "sheet/value/Value.h"
+#include "sheet/xlsx/Singles.h"
 
 namespace varnex3::sheet::xlsx {
 
@@ -18,8 +19,9 @@ void appendNumber(std::string& out, double x);
 /// "B3".
 void appendCellName(std::string& out, std::int32_t row, std::int32_t col);
 
-/// A formula as files write it: without "=", functions newer than the format with their prefix.
-std::string fileFormula(std::string_view formula);
+/// A formula as files write it: without "=", functions newer than the format and bound names with their
+/// prefixes, no @ and #. A text that is no formula is given back as it is.
+std::string fileFormula(std::string_view formula, const FormulaPlace& place = {});
 
 /// What a cell's "t" attribute says for a value; empty for numbers and for no value. Texts of formulas
 /// are stored directly ("str"), other texts in the cell ("inlineStr"): the shared texts stay as they are.

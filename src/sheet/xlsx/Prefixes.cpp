@@ -8,7 +8,6 @@
 
 #include "sheet/format/Convert.h"
 #include "sheet/formula/Lexical.h"
-#include "sheet/formula/Parser.h"
 #include "sheet/functions/Function.h"
 
 namespace varnex3::sheet::xlsx {
@@ -124,13 +123,6 @@ private:
 
 } // namespace
 
-std::string withNamePrefixes(std::string_view formula)
-{
-    const CellAddress anywhere;
-    ParseResult parsed = parseFormula(formula, anywhere);
-    Tree* tree = std::get_if<Tree>(&parsed);
-    if (tree == nullptr || !Prefixer(*tree).run()) return std::string(formula);
-    return formulaText(*tree, anywhere);
-}
+bool prefixNames(Tree& tree) { return Prefixer(tree).run(); }
 
 } // namespace varnex3::sheet::xlsx

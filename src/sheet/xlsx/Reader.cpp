@@ -194,7 +194,11 @@ private:
         const std::string textsPart = partOfType(relationships_, "sharedStrings");
         if (package_.has(textsPart)) texts = xlsx::readSharedStrings(package_, textsPart);
 
-        xlsx::SheetContext context{package_, builder_, notices_, styles, texts, workbook_.settings.dates, 0};
+        const xlsx::CellMetadata metadata =
+            xlsx::readCellMetadata(package_, partOfType(relationships_, "sheetMetadata"));
+
+        xlsx::SheetContext context{
+            package_, builder_, notices_, styles, texts, metadata, workbook_.settings.dates, 0};
         for (const Sheet& sheet : sheets_) {
             xlsx::readSheetPart(context, sheet.index, sheet.name, sheet.part);
             tellSheetFeatures(sheet);

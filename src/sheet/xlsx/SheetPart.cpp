@@ -73,6 +73,7 @@ public:
         case 2: return openSection(tag);
         case 3:
             if (inFilter_) return openFilter(tag);
+            if (inMerges_) return tellMerged(tag);
             return tag.isMain("row") && openRow(tag);
         case 4: return tag.isMain("c") && openCell(tag);
         case 5: return tag.isMain() && openField(tag);
@@ -86,7 +87,7 @@ public:
         if (depth == 5) field_ = Field::None;
         if (depth == 4) tellCell();
         if (depth == 3) inCell_ = false;
-        if (depth == 2) inFilter_ = false;
+        if (depth == 2) inFilter_ = inMerges_ = false;
     }
 
     void text(std::string_view piece) override
@@ -116,6 +117,8 @@ private:
 
     bool openSection(const Tag& tag)
     {
+        inMerges_ = tag.isMain("mergeCells");
+        if (inMerges_) return true;
         if (!tag.isMain("autoFilter")) return tag.isMain("sheetData");
         const char* area = tag.attribute("ref");
         filter_ = area ? parseArea(area) : std::nullopt;
@@ -131,6 +134,17 @@ private:
             context_.builder.filtered(*filter_);
             filter_.reset();
         }
+        return false;
+    }
+
+    bool tellMerged(const Tag& tag)
+    {
+        const char* text = tag.attribute("ref");
+        auto area = text && tag.isMain("mergeCell") ? parseArea(text) : std::nullopt;
+        if (!area || area->isCell()) return false;
+        area->sheet = index_;
+        context_.package.chargeText(sizeof *area);
+        context_.builder.merged(*area);
         return false;
     }
 
@@ -164,7 +178,7 @@ private:
             if (name == "r") reference = a[1];
             if (name == "t") type = a[1];
             if (name == "s") style_ = parseIndex(a[1]).value_or(0);
-            if (name == "cm") dynamic_ = parseIndex(a[1]).value_or(0) != 0;
+            if (name == "cm") dynamic_ = context_.metadata.isSpilling(parseIndex(a[1]).value_or(0));
         }
         if (reference) {
             const auto place = parseCell(reference);
@@ -432,7 +446,7 @@ private:
     std::int32_t nextColumn_ = 0;
     Position at_;
     std::optional<Area> filter_;
-    bool inFilter_ = false;
+    bool inFilter_ = false, inMerges_ = false;
     bool inCell_ = false;
     Field field_ = Field::None;
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "sheet/xlsx/Metadata.h"
 #include "sheet/xlsx/Parts.h"
 
 namespace varnex3::sheet::xlsx {
@@ -15,6 +16,7 @@ struct SheetContext {
     Notices& notices;
     const Styles& styles;
     const std::vector<Value>& sharedStrings;
+    const CellMetadata& metadata;
     DateSystem dates = DateSystem::From1900;
     std::size_t cells = 0; // told so far, of all sheets
 };

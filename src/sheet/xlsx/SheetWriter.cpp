@@ -20,13 +20,37 @@ bool holdsSomething(const BandCell& cell) { return cell.formula || !cell.value->
 
 std::string textOf(const char* attribute) { return attribute ? std::string(attribute) : std::string(); }
 
+/// The area that a cell's formula is written with; nothing for a plain formula.
+std::optional<Area> writtenArea(const Book& book, const CellAddress& at)
+{
+    auto area = book.arrayArea(at);
+    if (!area && book.spills(at)) area = Area{at.sheet, at.row, at.col, at.row, at.col};
+    return area;
+}
+
+bool isFirst(const Area& area, const CellAddress& at) { return area.row0 == at.row && area.col0 == at.col; }
+
+/// Whether a cell's formula is marked as spilling; its further cells are not.
+bool isSpillCorner(const Book& book, const BandCell& cell)
+{
+    if (!cell.formula || !book.spills(cell.at)) return false;
+    const auto area = book.arrayArea(cell.at);
+    return !area || isFirst(*area, cell.at);
+}
+
 /// The formula element of a cell; empty for the further cells of an array formula.
 std::string newFormulaElement(const Book& book, const BandCell& cell, const std::string& prefix)
 {
     if (!cell.formula) return {};
     std::string element = "<" + prefix + "f";
-    if (const auto area = book.arrayArea(cell.at)) {
-        if (area->row0 != cell.at.row || area->col0 != cell.at.col) return {};
+    FormulaPlace place;
+    if (const auto area = writtenArea(book, cell.at)) {
+        if (!isFirst(*area, cell.at)) return {};
+        place.spills = book.takesSingles(cell.at);
+        place.namesCells = [&](std::string_view name) {
+            const auto named = book.namedArea(name, cell.at.sheet);
+            return named && !named->isCell();
+        };
         element += " t=\"array\" ref=\"";
         appendCellName(element, area->row0, area->col0);
         if (!area->isCell()) {
@@ -36,13 +60,13 @@ std::string newFormulaElement(const Book& book, const BandCell& cell, const std:
         element += '"';
     }
     element += '>';
-    appendEscaped(element, fileFormula(book.content(cell.at)));
+    appendEscaped(element, fileFormula(book.content(cell.at), place));
     return element + "</" + prefix + "f>";
 }
 
 /// A cell that the file does not have yet; `style` may be empty.
 void appendCell(std::string& out, const Book& book, const BandCell& cell, const std::string& prefix,
-                std::string_view style)
+                std::string_view style, std::uint32_t spillEntry)
 {
     out.append("<").append(prefix).append("c r=\"");
     appendCellName(out, cell.at.row, cell.at.col);
@@ -50,6 +74,7 @@ void appendCell(std::string& out, const Book& book, const BandCell& cell, const 
     if (!style.empty()) out.append(" s=\"").append(style).append("\"");
     if (const std::string_view type = cellType(*cell.value, cell.formula); !type.empty())
         out.append(" t=\"").append(type).append("\"");
+    if (isSpillCorner(book, cell)) out.append(" cm=\"").append(std::to_string(spillEntry)).append("\"");
     out += '>';
     if (cell.formula) out += newFormulaElement(book, cell, prefix);
     appendValue(out, *cell.value, cell.formula, prefix);
@@ -58,7 +83,8 @@ void appendCell(std::string& out, const Book& book, const BandCell& cell, const 
 
 class NewSheet final : public PartText {
 public:
-    NewSheet(const Book& book, SheetIndex sheet) : book_(book), sheet_(sheet), lastRow_(book.used(sheet).row1)
+    NewSheet(const Book& book, SheetIndex sheet, std::uint32_t spillEntry)
+        : book_(book), sheet_(sheet), spillEntry_(spillEntry), lastRow_(book.used(sheet).row1)
     {}
 
     bool more(std::string& out) override
@@ -76,7 +102,7 @@ public:
                 row = cell.at.row;
                 out.append("<row r=\"").append(std::to_string(row + 1)).append("\">");
             }
-            appendCell(out, book_, cell, "", "");
+            appendCell(out, book_, cell, "", "", spillEntry_);
         }
         if (row >= 0) out += "</row>";
         if (nextRow_ > lastRow_) out += kSheetEnd;
@@ -86,15 +112,29 @@ public:
 private:
     const Book& book_;
     SheetIndex sheet_;
+    std::uint32_t spillEntry_;
     std::int32_t lastRow_, nextRow_ = 0;
     std::vector<BandCell> cells_;
 };
 
 } // namespace
 
-std::unique_ptr<PartText> newSheetPart(const Book& book, SheetIndex sheet)
+std::unique_ptr<PartText> newSheetPart(const Book& book, SheetIndex sheet, std::uint32_t spillEntry)
 {
-    return std::make_unique<NewSheet>(book, sheet);
+    return std::make_unique<NewSheet>(book, sheet, spillEntry);
+}
+
+bool writesSpills(const Book& book, SheetIndex sheet, bool changedOnly)
+{
+    std::vector<BandCell> cells;
+    const std::int32_t lastRow = book.used(sheet).row1;
+    for (std::int32_t row = 0; row <= lastRow; row += Book::kBandRows) {
+        cells.clear();
+        book.band(sheet, row, cells);
+        for (const BandCell& cell : cells)
+            if ((!changedOnly || cell.change == Change::Content) && isSpillCorner(book, cell)) return true;
+    }
+    return false;
 }
 
 const BandCell* ChangedCells::peek()
@@ -126,8 +166,9 @@ ChangedArea changedArea(const Book& book, SheetIndex sheet)
     return found;
 }
 
-SheetEdit::SheetEdit(const Book& book, SheetIndex sheet, const std::optional<Area>& changed)
-    : book_(book), sheet_(sheet), changed_(changed), pending_(book, sheet)
+SheetEdit::SheetEdit(const Book& book, SheetIndex sheet, const std::optional<Area>& changed,
+                     std::uint32_t spillEntry)
+    : book_(book), sheet_(sheet), changed_(changed), spillEntry_(spillEntry), pending_(book, sheet)
 {}
 
 void SheetEdit::open(const Tag& tag, std::string_view raw)
@@ -272,6 +313,7 @@ void SheetEdit::openCell(const Tag& tag, std::string_view raw)
     cell_ = {};
     cell_.open = raw;
     cell_.type = textOf(tag.attribute("t"));
+    cell_.hasMetadata = parseIndex(textOf(tag.attribute("cm"))).value_or(0) != 0;
 }
 
 void SheetEdit::openField(const Tag& tag)
@@ -331,7 +373,10 @@ void SheetEdit::appendContent(const BandCell& cell, const std::string& formula)
     else
         tag.set("t", type);
     tag.remove("vm"); // describes the old value
-    if (formula.empty() || (formula != cell_.formula && !book_.spills(cell.at))) tag.remove("cm");
+    if (formula.empty() || (formula != cell_.formula && !isSpillCorner(book_, cell)))
+        tag.remove("cm");
+    else if (formula != cell_.formula)
+        tag.set("cm", std::to_string(spillEntry_));
     std::string inner = formula;
     appendValue(inner, *cell.value, cell.formula, prefix_);
     inner += cell_.rest;
@@ -364,8 +409,9 @@ bool SheetEdit::keepsFormula(const BandCell& cell) const
     if (!cell.formula || !cell_.hasFormula) return false;
     if (cell.change == Change::Result) return true;
     if (cell_.group && dissolved_.count(*cell_.group) != 0) return false;
-    const auto area = book_.arrayArea(cell.at);
+    const auto area = writtenArea(book_, cell.at);
     if (area.has_value() != (cell_.formulaType == "array")) return false;
+    if (area && book_.spills(cell.at) != cell_.hasMetadata) return false;
     if (area) {
         const auto written = parseArea(cell_.formulaArea);
         if (!written || written->rows() != area->rows() || written->cols() != area->cols()) return false;
@@ -404,7 +450,7 @@ void SheetEdit::appendNewCell(const BandCell& cell)
 {
     if (!holdsSomething(cell)) return;
     formulasChanged_ = formulasChanged_ || cell.formula;
-    appendCell(out, book_, cell, prefix_, styleFor(cell.at.col));
+    appendCell(out, book_, cell, prefix_, styleFor(cell.at.col), spillEntry_);
 }
 
 void SheetEdit::insertCellsBefore(std::int32_t col)

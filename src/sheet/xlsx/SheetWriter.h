@@ -1,6 +1,7 @@
 // sheet/xlsx/SheetWriter.h - worksheet parts: new ones, and copies of existing ones with changed cells.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -22,8 +23,13 @@ public:
     virtual bool more(std::string& out) = 0;
 };
 
-/// A whole worksheet part with the content of a sheet.
-std::unique_ptr<PartText> newSheetPart(const Book& book, SheetIndex sheet);
+/// A whole worksheet part with the content of a sheet. `spillEntry` is what marks spilling formulas: their
+/// entry of the metadata part.
+std::unique_ptr<PartText> newSheetPart(const Book& book, SheetIndex sheet, std::uint32_t spillEntry);
+
+/// Whether a sheet has a formula that is to be marked as spilling, among those that differ from the file or
+/// among all.
+bool writesSpills(const Book& book, SheetIndex sheet, bool changedOnly);
 
 /// Cells of a sheet in file order that differ from the file.
 class ChangedCells {
@@ -55,7 +61,8 @@ ChangedArea changedArea(const Book& book, SheetIndex sheet);
 /// rows or cells are not in order.
 class SheetEdit final : public XmlEdit {
 public:
-    SheetEdit(const Book& book, SheetIndex sheet, const std::optional<Area>& changed);
+    SheetEdit(const Book& book, SheetIndex sheet, const std::optional<Area>& changed,
+              std::uint32_t spillEntry);
 
     void open(const Tag& tag, std::string_view raw) override;
     void close(int depth, std::string_view raw) override;
@@ -75,7 +82,7 @@ private:
         std::string formulaText, valueText;
         std::string formulaType, formulaArea, type;
         std::optional<std::uint32_t> group;
-        bool hasFormula = false;
+        bool hasFormula = false, hasMetadata = false;
     };
     struct Master { // of shared formulas
         std::string text;
@@ -109,6 +116,7 @@ private:
     const Book& book_;
     SheetIndex sheet_;
     std::optional<Area> changed_;
+    std::uint32_t spillEntry_;
     ChangedCells pending_;
     std::string prefix_; // of element names
     std::vector<ColumnStyle> columns_;

@@ -16,6 +16,7 @@
 #include <unistd.h>
 #include <zip.h>
 
+#include "sheet/xlsx/Metadata.h"
 #include "sheet/xlsx/Package.h"
 #include "sheet/xlsx/PackageEdits.h"
 #include "sheet/xlsx/Parts.h"
@@ -34,6 +35,8 @@ constexpr zip_uint16_t kNoDate = 0x21;                        // 1 January 1980:
 constexpr const char* kContentTypes = "[Content_Types].xml";
 constexpr const char* kSheetType =
     "application/vnd.openxmlformats-officedocument.spreadsheetml.worksheet+xml";
+constexpr const char* kMetadataType =
+    "application/vnd.openxmlformats-officedocument.spreadsheetml.sheetMetadata+xml";
 constexpr const char* kTypes = "http://schemas.openxmlformats.org/officeDocument/2006/relationships/";
 constexpr const char* kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n";
 constexpr const char* kMain = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
@@ -329,6 +332,7 @@ public:
     {
         findParts();
         target_.copyFrom(source_);
+        markSpills();
         for (SheetIndex i = 0; i < book_.sheetCount(); ++i)
             if (book_.loadedName(i)) writeChanges(i);
         addSheets();
@@ -406,6 +410,7 @@ private:
             listChanged_ = true;
         }
         nextPosition_ = position;
+        if (!removedParts_.empty()) removeOrphans();
     }
 
     void removeSheet(const Listed& listed)
@@ -413,6 +418,32 @@ private:
         listChanged_ = formulasChanged_ = true;
         removedIds_.insert(lowerCase(listed.id));
         removedParts_.push_back(listed.part);
+    }
+
+    /// The inner parts that `from` leads to by way of parts that are not in `left` yet; they come into it.
+    std::vector<std::string> partsFrom(std::vector<std::string> from, std::set<std::string>& left)
+    {
+        std::vector<std::string> found;
+        while (!from.empty()) {
+            const std::string part = std::move(from.back());
+            from.pop_back();
+            for (Relationship& r : package_.relationships(part)) {
+                if (r.external || !package_.has(r.target) || !left.insert(lowerCase(r.target)).second)
+                    continue;
+                found.push_back(r.target);
+                from.push_back(std::move(r.target));
+            }
+        }
+        return found;
+    }
+
+    /// Tables, comments and drawings go with the sheets that alone refer to them.
+    void removeOrphans()
+    {
+        std::set<std::string> left; // sheets that go are no way on
+        for (const std::string& part : removedParts_) left.insert(lowerCase(part));
+        partsFrom({""}, left);
+        for (std::string& part : partsFrom(removedParts_, left)) removedParts_.push_back(std::move(part));
     }
 
     const Listed& listedAs(SheetIndex sheet) const
@@ -443,20 +474,56 @@ private:
         if (!area.any) return;
         changed_ = true;
         const auto done = edit(listedAs(sheet).part, [this, sheet, held = area.held] {
-            return std::make_unique<SheetEdit>(book_, sheet, held);
+            return std::make_unique<SheetEdit>(book_, sheet, held, spillEntry_);
         });
         formulasChanged_ = formulasChanged_ || static_cast<const SheetEdit&>(done->edit()).formulasChanged();
     }
 
     std::string folder() const { return workbookPart_.substr(0, workbookPart_.rfind('/') + 1); }
 
+    /// A part that the workbook refers to from now on; the reference's id.
+    std::string addPart(const std::string& part, const char* type, const char* contentType)
+    {
+        std::string id;
+        do id = "rId" + std::to_string(++lastId_);
+        while (std::any_of(relationships_.begin(), relationships_.end(),
+                           [&](const Relationship& r) { return r.id == id; }));
+        addedRelationships_.push_back("Relationship Id=\"" + id + "\" Type=\"" + kTypes + type +
+                                      "\" Target=\"" + part + "\"");
+        addedTypes_.push_back("Override PartName=\"/" + folder() + part + "\" ContentType=\"" + contentType +
+                              "\"");
+        return id;
+    }
+
+    /// Finds or makes the entry by which cells say that their formulas spill, when any is to be written.
+    void markSpills()
+    {
+        bool any = false;
+        for (SheetIndex i = 0; i < book_.sheetCount() && !any; ++i)
+            any = writesSpills(book_, i, book_.loadedName(i) != nullptr);
+        if (!any) return;
+        std::string part;
+        for (const Relationship& r : relationships_)
+            if (r.type == "sheetMetadata" && !r.external && package_.has(r.target)) part = r.target;
+        const CellMetadata known = readCellMetadata(package_, part);
+        spillEntry_ = known.spillingEntry();
+        if (spillEntry_ != 0) return;
+        spillEntry_ = static_cast<std::uint32_t>(known.spills.size()) + 1;
+        if (known.present) {
+            edit(part, [known] { return std::make_unique<MetadataEdit>(known); });
+            return;
+        }
+        for (int n = 0; part.empty() || target_.has(folder() + part); ++n)
+            part = "metadata" + (n == 0 ? std::string() : std::to_string(n)) + ".xml";
+        const std::string text = spillMetadataPart();
+        target_.put(
+            folder() + part, [text] { return std::make_unique<FixedText>(text); }, text.size());
+        addPart(part, "sheetMetadata", kMetadataType);
+        listChanged_ = true;
+    }
+
     void addSheets()
     {
-        int id = 0;
-        const auto taken = [&](const std::string& wanted) {
-            return std::any_of(relationships_.begin(), relationships_.end(),
-                               [&](const Relationship& r) { return r.id == wanted; });
-        };
         for (SheetIndex i = 0; i < book_.sheetCount(); ++i) {
             if (book_.loadedName(i)) continue;
             listChanged_ = true;
@@ -464,23 +531,16 @@ private:
             std::string part;
             for (int n = 1; part.empty() || target_.has(folder() + part); ++n)
                 part = "worksheets/sheet" + std::to_string(n) + ".xml";
-            do ++id;
-            while (taken("rId" + std::to_string(id)));
-            const std::string name = "rId" + std::to_string(id);
             putSheet(folder() + part, i);
-            changes_.added.push_back({book_.sheetName(i), name});
-            addedRelationships_.push_back("Relationship Id=\"" + name + "\" Type=\"" + kTypes +
-                                          "worksheet\" Target=\"" + part + "\"");
-            addedTypes_.push_back("Override PartName=\"/" + folder() + part + "\" ContentType=\"" +
-                                  kSheetType + "\"");
+            changes_.added.push_back({book_.sheetName(i), addPart(part, "worksheet", kSheetType)});
         }
     }
 
     void putSheet(const std::string& part, SheetIndex sheet)
     {
-        const std::uint64_t size = measured(*newSheetPart(book_, sheet));
+        const std::uint64_t size = measured(*newSheetPart(book_, sheet, spillEntry_));
         target_.put(
-            part, [this, sheet] { return newSheetPart(book_, sheet); }, size);
+            part, [this, sheet] { return newSheetPart(book_, sheet, spillEntry_); }, size);
     }
 
     std::vector<WorkbookChanges::Name> namesOf() const
@@ -528,6 +588,8 @@ private:
     WorkbookChanges changes_;
     std::map<SheetIndex, std::uint32_t> positions_; // of the book's sheets, among all afterwards
     std::uint32_t nextPosition_ = 0;
+    std::uint32_t spillEntry_ = 0; // of the metadata part
+    int lastId_ = 0;               // of the references that were added
     std::set<std::string> removedIds_;
     std::vector<std::string> removedParts_, addedRelationships_, addedTypes_;
     bool changed_ = false, listChanged_ = false, formulasChanged_ = false;
@@ -576,6 +638,15 @@ void writeNew(const Book& book, const std::string& path)
         "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">";
     std::string relationships = relationshipsBegin + "<Relationship Id=\"rId1\" Type=\"" + kTypes +
                                 "styles\" Target=\"styles.xml\"/>";
+    bool spills = false;
+    for (SheetIndex i = 0; i < book.sheetCount(); ++i) spills = spills || writesSpills(book, i, false);
+    if (spills) {
+        types +=
+            std::string("<Override PartName=\"/xl/metadata.xml\" ContentType=\"") + kMetadataType + "\"/>";
+        relationships += "<Relationship Id=\"rId" + std::to_string(book.sheetCount() + 2) + "\" Type=\"" +
+                         kTypes + "sheetMetadata\" Target=\"metadata.xml\"/>";
+        put("xl/metadata.xml", spillMetadataPart());
+    }
     WorkbookChanges changes;
     for (SheetIndex i = 0; i < book.sheetCount(); ++i) {
         const std::string id = "rId" + std::to_string(i + 2);
@@ -602,10 +673,10 @@ void writeNew(const Book& book, const std::string& path)
     put("xl/_rels/workbook.xml.rels", relationships + "</Relationships>");
     put("xl/styles.xml", styles());
     for (SheetIndex i = 0; i < book.sheetCount(); ++i) {
-        const std::uint64_t size = measured(*newSheetPart(book, i));
+        const std::uint64_t size = measured(*newSheetPart(book, i, 1));
         target.put(
             "xl/worksheets/sheet" + std::to_string(i + 1) + ".xml",
-            [&book, i] { return newSheetPart(book, i); }, size);
+            [&book, i] { return newSheetPart(book, i, 1); }, size);
     }
     target.finish();
 }

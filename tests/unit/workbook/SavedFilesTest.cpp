@@ -90,6 +90,22 @@ TEST_F(SavedFiles, ChangedFilesOpen)
     expectKept("beam.xlsx");
 }
 
+TEST_F(SavedFiles, FilesWithSpillsAndWithoutTheirTablesOpen)
+{
+    for (const bool removed : {false, true}) {
+        const auto application = std::make_shared<EmbeddedApplication>();
+        const Ref<host::Workbook> tables =
+            application->open(CORVANE_TEST_DATA "/workbooks/corpus_tables.xlsx");
+        sheet::Book& book = application->book(*tables);
+        const sheet::SheetIndex added = book.addSheet("Added");
+        book.setContent({added, 0, 0}, "=MUNIT(3)");
+        if (removed) book.removeSheet(0);
+        application->Calculate();
+        application->save(*tables, (folder_ / "tables.xlsx").string());
+        expectKept("tables.xlsx");
+    }
+}
+
 TEST_F(SavedFiles, NewFilesOpen)
 {
     const auto application = std::make_shared<EmbeddedApplication>();
@@ -100,6 +116,8 @@ TEST_F(SavedFiles, NewFilesOpen)
                                     "-7E-300", "=1=1",    "=A4&\"x\""};
     for (std::int32_t i = 0; i < 7; ++i) book.setContent({0, i, 0}, contents[i]);
     book.setArrayFormula({0, 0, 2, 1, 2}, "=A1:A2*2");
+    book.setContent({0, 0, 4}, "=TRANSPOSE(A1:A2)+2"); // spills
+    book.setContent({0, 2, 4}, "=@A1:A9+1");
     application->Calculate();
     application->save(*made, (folder_ / "made.xlsx").string());
     expectKept("made.xlsx");

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <span>
 #include <sstream>
 
 #include <zip.h>
@@ -13,6 +14,7 @@
 #include "sheet/formula/Parser.h"
 #include "sheet/model/Book.h"
 #include "sheet/xlsx/Markup.h"
+#include "sheet/xlsx/Metadata.h"
 #include "sheet/xlsx/Writer.h"
 #include "unit/xlsx/Packages.h"
 
@@ -218,6 +220,83 @@ TEST_F(Writer, RemovesAndRenamesSheets)
     EXPECT_TRUE(again->namedArea("far", 1).has_value());
 }
 
+/// Two sheets, the second with a table and a drawing whose picture the first one shows too.
+Parts tableWorkbook()
+{
+    const auto relations = [](const Parts& typesAndTargets) {
+        std::string list =
+            R"(<Relationships xmlns="http://schemas.openxmlformats.org/package/2006/relationships">)";
+        for (std::size_t i = 0; i < typesAndTargets.size(); ++i)
+            list += "<Relationship Id=\"rId" + std::to_string(i + 1) + "\" Type=\"" + kTypes + "/" +
+                    typesAndTargets[i].first + "\" Target=\"" + typesAndTargets[i].second + "\"/>";
+        return list + "</Relationships>";
+    };
+    std::string types = R"(<Types xmlns="http://schemas.openxmlformats.org/package/2006/content-types">)"
+                        R"(<Default Extension="xml" ContentType="application/xml"/>)";
+    for (const char* part : {"/xl/tables/table1.xml", "/xl/tables/table2.xml", "/xl/drawings/drawing1.xml"})
+        types += "<Override PartName=\"" + std::string(part) + "\" ContentType=\"t\"/>";
+    const auto table = [](const std::string& name) {
+        return "<table xmlns=\"" + kMain + "\" id=\"1\" displayName=\"" + name +
+               "\" ref=\"A1:A3\"><tableColumns count=\"1\"><tableColumn id=\"1\" "
+               "name=\"Price\"/></tableColumns></table>";
+    };
+    const std::string rows =
+        "<row r=\"1\"><c r=\"A1\" t=\"str\"><v>Price</v></c></row>"
+        "<row r=\"2\"><c r=\"A2\"><v>2</v></c></row><row r=\"3\"><c r=\"A3\"><v>3</v></c></row>";
+    return workbookParts(
+        rows + R"(<row r="4"><c r="B4"><f>SUM(Goods[Price])+SUM(Own[Price])</f><v>10</v></c></row>)",
+        {{"[Content_Types].xml", types + "</Types>"},
+         {"xl/workbook.xml", "<workbook xmlns=\"" + kMain + "\" xmlns:r=\"" + kTypes +
+                                 R"("><sheets><sheet name="Data" sheetId="1" r:id="rId1"/>)"
+                                 R"(<sheet name="List" sheetId="2" r:id="rId2"/></sheets></workbook>)"},
+         {"xl/_rels/workbook.xml.rels",
+          relations({{"worksheet", "worksheets/sheet1.xml"}, {"worksheet", "worksheets/sheet2.xml"}})},
+         {"xl/worksheets/_rels/sheet1.xml.rels",
+          relations({{"table", "../tables/table1.xml"}, {"image", "../media/image1.png"}})},
+         {"xl/worksheets/_rels/sheet2.xml.rels",
+          relations({{"table", "../tables/table2.xml"}, {"drawing", "/xl/drawings/Drawing1.xml"}})},
+         {"xl/drawings/_rels/drawing1.xml.rels",
+          relations({{"image", "../media/image1.png"}, {"sheet", "../worksheets/sheet2.xml"}})},
+         {"xl/worksheets/sheet2.xml", "<worksheet xmlns=\"" + kMain + "\"><sheetData>" + rows +
+                                          R"(</sheetData><tableParts count="1"/></worksheet>)"},
+         {"xl/tables/table1.xml", table("Own")},
+         {"xl/tables/table2.xml", table("Goods")},
+         {"xl/drawings/drawing1.xml", "<d/>"},
+         {"xl/media/image1.png", "picture"}});
+}
+
+TEST_F(Writer, TablesStayAsTheyAreUntilTheirSheetGoes)
+{
+    const auto book = loadParts(tableWorkbook());
+    book->setValue({1, 1, 0}, 7.0);
+    book->calculateAll();
+    EXPECT_EQ(book->value({0, 3, 1}), Value(15.0));
+    saveWorkbook(*book, path("in.xlsx"), path("out.xlsx"));
+    auto before = entriesOf(path("in.xlsx"), ZIP_FL_COMPRESSED);
+    auto after = entriesOf(path("out.xlsx"), ZIP_FL_COMPRESSED);
+    for (const char* written : {"xl/workbook.xml", "xl/worksheets/sheet1.xml", "xl/worksheets/sheet2.xml"}) {
+        EXPECT_NE(before.at(written), after.at(written)) << written;
+        before.erase(written);
+        after.erase(written);
+    }
+    EXPECT_EQ(after, before);
+
+    book->removeSheet(1);
+    book->calculate();
+    saveWorkbook(*book, path("in.xlsx"), path("removed.xlsx"));
+    const auto left = entriesOf(path("removed.xlsx"), 0);
+    std::vector<std::string> names;
+    for (const auto& [name, content] : left) names.push_back(name);
+    EXPECT_THAT(names, ElementsAre("[Content_Types].xml", "_rels/.rels", "xl/_rels/workbook.xml.rels",
+                                   "xl/media/image1.png", "xl/tables/table1.xml", "xl/workbook.xml",
+                                   "xl/worksheets/_rels/sheet1.xml.rels", "xl/worksheets/sheet1.xml"));
+    EXPECT_THAT(left.at("[Content_Types].xml"), HasSubstr("table1"));
+    EXPECT_THAT(left.at("[Content_Types].xml"), Not(HasSubstr("table2")));
+    EXPECT_THAT(left.at("[Content_Types].xml"), Not(HasSubstr("drawing1")));
+    const auto again = load(path("removed.xlsx"));
+    EXPECT_EQ(again->content({0, 3, 1}), "=SUM(#REF!)+SUM(Own[Price])");
+}
+
 TEST_F(Writer, ChangesCellsWhereTheyStand)
 {
     struct Case {
@@ -270,6 +349,131 @@ TEST_F(Writer, ChangesCellsWhereTheyStand)
         for (const auto& [cell, content] : c.put) book->setContent(cell, content);
         book->calculateAll();
         EXPECT_EQ(sheetAfter(*book), c.want);
+    }
+}
+
+// What other programs go by: the cell's entry in the metadata part. Further entries stay as they are.
+TEST(Metadata, GetsAnEntryForSpills)
+{
+    const std::string begin = "<metadata xmlns=\"" + kMain + "\">", end = "</metadata>";
+    const std::string kind = xlsx::spillMetadataPart();
+    const auto between = [&](const std::string& from, const std::string& to) {
+        const std::size_t at = kind.find(from);
+        return kind.substr(at, kind.find(to) + to.size() - at);
+    };
+    const std::string type = between("<metadataType ", "cellMeta=\"1\"/>"),
+                      record = between("<bk><extLst>", "</extLst></bk>");
+    const std::string types = "<metadataTypes count=\"1\">" + type + "</metadataTypes>";
+    const std::string off = "<bk><extLst><ext/></extLst></bk>";
+    const auto records = [](const std::string& list, int n) {
+        return "<futureMetadata name=\"XLDAPR\" count=\"" + std::to_string(n) + "\">" + list +
+               "</futureMetadata>";
+    };
+    const auto cells = [](const std::string& list, int n) {
+        return "<cellMetadata count=\"" + std::to_string(n) + "\">" + list + "</cellMetadata>";
+    };
+    const std::string rich = "<metadataType name=\"XLRICHVALUE\"/>", other = "<bk><rc t=\"2\" v=\"0\"/></bk>";
+    struct Case {
+        std::string before, after; // `after` empty: there is an entry already
+        std::uint32_t entry;
+    };
+    const Case cases[] = {
+        {"", types + records(record, 1) + cells("<bk><rc t=\"1\" v=\"0\"/></bk>", 1), 1},
+        // An entry that is there is used; one of another kind, or of a record that does not say so, is not
+        // it.
+        {types + records(record, 1) + cells("<bk><rc t=\"1\" v=\"0\"/></bk>", 1), "", 1},
+        {types + records(off + record, 2) +
+             cells("<bk><rc t=\"1\" v=\"0\"/></bk><bk><rc t=\"1\" v=\"1\"/></bk>", 2),
+         "", 2},
+        {types + records(off, 1) + cells("<bk><rc t=\"1\" v=\"0\"/></bk>", 1),
+         types + records(off + record, 2) +
+             cells("<bk><rc t=\"1\" v=\"0\"/></bk><bk><rc t=\"1\" v=\"1\"/></bk>", 2),
+         2},
+        // The kind is known, no cell has it.
+        {types + records(record, 1) + "<valueMetadata count=\"0\"/>",
+         types + records(record, 1) + cells("<bk><rc t=\"1\" v=\"0\"/></bk>", 1) +
+             "<valueMetadata count=\"0\"/>",
+         1},
+        // Beside other kinds, with empty lists and comments.
+        {"<metadataTypes count=\"1\">" + rich +
+             "</metadataTypes><!-- x --><futureMetadata name=\"XLRICHVALUE\"/>" + cells(other, 1) +
+             "<extLst/>",
+         "<metadataTypes count=\"2\">" + rich + type +
+             "</metadataTypes><!-- x --><futureMetadata name=\"XLRICHVALUE\"/>" + records(record, 1) +
+             cells(other + "<bk><rc t=\"2\" v=\"0\"/></bk>", 2) + "<extLst/>",
+         2},
+        {"<metadataTypes/><cellMetadata count=\"0\"/>",
+         types + records(record, 1) + cells("<bk><rc t=\"1\" v=\"0\"/></bk>", 1), 1},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.before);
+        const std::string before = begin + c.before + end;
+        const std::string bytes = zipped({{"m.xml", before}});
+        xlsx::Package package(std::as_bytes(std::span(bytes)), "book.xlsx", {});
+        const xlsx::CellMetadata known = xlsx::readCellMetadata(package, "m.xml");
+        if (c.after.empty()) {
+            EXPECT_EQ(known.spillingEntry(), c.entry);
+            continue;
+        }
+        EXPECT_EQ(known.spillingEntry(), 0U);
+        xlsx::MetadataEdit edit(known);
+        xlsx::XmlCopier(edit).parse(before, true);
+        EXPECT_EQ(edit.out, begin + c.after + end);
+        EXPECT_EQ(known.spills.size() + 1, c.entry);
+    }
+}
+
+TEST_F(Writer, SpillsStaySpills)
+{
+    const std::string none,
+        elsewhere = "<metadata xmlns=\"" + kMain +
+                    "\"><metadataTypes><metadataType name=\"XLMDX\"/></metadataTypes>"
+                    "<cellMetadata><bk><rc t=\"1\" v=\"0\"/></bk></cellMetadata></metadata>";
+    for (const std::string& metadata : {none, elsewhere}) {
+        Parts more;
+        if (!metadata.empty())
+            more = {{"xl/metadata.xml", metadata},
+                    {"xl/_rels/workbook.xml.rels",
+                     "<Relationships><Relationship Id=\"rId1\" Type=\"" + kTypes +
+                         "/worksheet\" Target=\"worksheets/sheet1.xml\"/><Relationship Id=\"rId2\" Type=\"" +
+                         kTypes + "/sheetMetadata\" Target=\"metadata.xml\"/></Relationships>"}};
+        const auto book = loadParts(workbookParts(
+            R"(<row r="1"><c r="A1"><v>2</v></c><c r="B1" cm="1"><f t="array" ref="B1">A1</f><v>2</v></c></row>)",
+            more));
+        const SheetIndex added = book->addSheet("Added");
+        book->setContent({0, 1, 0}, "=SEQUENCE(A1)*10");        // A2
+        book->setContent({0, 0, 3}, "=IF(A1>5,SEQUENCE(2),0)"); // D1: one value for now
+        book->setContent({0, 0, 5}, "=SUM(A2#)+@A1:A9");        // F1
+        book->setContent({0, 0, 6}, "=A2:A3*SEQUENCE(1,2)");    // G1: its range means no cell of this row
+        book->setContent({added, 0, 0}, "=SORT(Data!A2#,1,-1)");
+        book->calculateAll();
+        ASSERT_EQ(book->value({0, 2, 0}), Value(20.0));
+        saveWorkbook(*book, path("in.xlsx"), path("out.xlsx"));
+        saveWorkbook(*book, "", path("new.xlsx"));
+        for (const char* file : {"out.xlsx", "new.xlsx"}) {
+            const auto again = load(path(file));
+            again->calculateAll();
+            EXPECT_EQ(again->value({0, 0, 6}), Value(Failure::Value));
+            EXPECT_EQ(again->content({0, 0, 5}), "=SUM(A2#)+A1:A9"); // one cell without saying so
+            again->setValue({0, 0, 0}, 6.0);
+            again->calculate();
+            EXPECT_EQ(again->value({0, 6, 0}), Value(60.0));
+            EXPECT_EQ(again->value({0, 1, 3}), Value(2.0));
+            EXPECT_EQ(again->value({0, 0, 5}), Value(216.0));
+            EXPECT_EQ(again->value({1, 5, 0}), Value(10.0));
+            EXPECT_TRUE(again->spills({0, 1, 0}));
+            EXPECT_FALSE(again->spills({0, 0, 4}) || again->spills({0, 0, 5}));
+            EXPECT_FALSE(again->arrayArea({0, 0, 4}));
+        }
+        // Saved again with the other size: the same entry, another area.
+        const auto again = load(path("out.xlsx"));
+        again->setValue({0, 0, 0}, 3.0);
+        again->calculate();
+        saveWorkbook(*again, path("out.xlsx"), path("third.xlsx"));
+        const auto second = entriesOf(path("out.xlsx"), 0), third = entriesOf(path("third.xlsx"), 0);
+        EXPECT_EQ(second.at("xl/metadata.xml"), third.at("xl/metadata.xml"));
+        EXPECT_THAT(third.at("xl/worksheets/sheet1.xml"), HasSubstr("ref=\"A2:A4\""));
+        EXPECT_EQ(load(path("third.xlsx"))->value({1, 0, 0}), Value(30.0));
     }
 }
 
@@ -339,6 +543,34 @@ TEST(FileFormula, MarksWhatLetAndLambdaBind)
         EXPECT_EQ(xlsx::fileFormula(text), want);
         const CellAddress here{0, 4, 2};
         EXPECT_EQ(std::get<Tree>(parseFormula(want, here)), std::get<Tree>(parseFormula(text, here))) << text;
+    }
+}
+
+// Files have neither @ nor #, and know rows of tables by name only.
+TEST(FileFormula, SpellsOutWhereOneValueIsWanted)
+{
+    struct Case {
+        const char* text;
+        bool spills;
+        const char* want;
+    };
+    const Case cases[] = {
+        {"=@A1:A9*2", false, "A1:A9*2"},
+        {"=SUM(@A1:A9,B1#)", false, "SUM(_xlfn.SINGLE(A1:A9),_xlfn.ANCHORARRAY(B1))"},
+        {"=A1:A9*2", false, "A1:A9*2"},
+        {"=-Parts[@Price]*Parts[@[Qty]:[Price]]+ROWS(Parts[@])", false,
+         "-Parts[[#This Row],[Price]]*Parts[[#This Row],[Qty]:[Price]]+ROWS(Parts[#This Row])"},
+        {"=A1:A9*SORT(B1:B9)+SUM(C1:C9)", true, "_xlfn.SINGLE(A1:A9)*_xlfn._xlws.SORT(B1:B9)+SUM(C1:C9)"},
+        {"=IF(A:A>1,SORT(@B1:B9*C1:C2),many+few)", true,
+         "IF(_xlfn.SINGLE(A:A)>1,_xlfn._xlws.SORT(_xlfn.SINGLE(B1:B9)*C1:C2),_xlfn.SINGLE(many)+few)"},
+        {"=SEQUENCE(INDEX(A1:B9,2,C1#))", true,
+         "_xlfn.SEQUENCE(_xlfn.SINGLE(INDEX(A1:B9,2,_xlfn.SINGLE(_xlfn.ANCHORARRAY(C1)))))"},
+        {"=LET(x,A1:A9*2,x+B1:B9)", true, "_xlfn.LET(_xlpm.x,A1:A9*2,_xlpm.x+B1:B9)"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        EXPECT_EQ(xlsx::fileFormula(c.text, {c.spills, [](std::string_view name) { return name == "many"; }}),
+                  c.want);
     }
 }
 
