@@ -1,10 +1,11 @@
 // sheet/compile/Typing.cpp - from stack code to three-address instructions over numbers.
 //
-// Operators and branches are here, functions in Typing_calls.cpp, the instructions for a cell in
-// Typing_cells.cpp.
+// Operators are here, branches in Typing_branches.cpp, functions in Typing_calls.cpp, the instructions for a
+// cell in Typing_cells.cpp.
 #include "sheet/compile/Typing.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "sheet/compile/TypingImpl.h"
 
@@ -13,25 +14,31 @@ namespace varnex3::sheet {
 TypedTemplate Typist::run()
 {
     if (code_.keepsStored || code_.isVolatile || code_.isDynamic) return {};
-    for (const Instruction& in : code_.instructions) {
-        if (in.op == Op::End) break;
-        if (!instruction(in)) return {};
+    for (std::size_t at = 0; code_.instructions[at].op != Op::End; ++at) {
+        const std::size_t before = typed_.steps.size();
+        if (!instruction(at)) return {};
+        starts_.resize(stack_.size(), before);
         if (typed_.steps.size() > 2000) return {};
     }
-    if (stack_.size() != 1 || stack_.back().isArea) return {};
+    if (stack_.size() != 1 || stack_.back().isArea || stack_.back().stops) return {};
     typed_.value = stack_.back().operand;
     typed_.result = stack_.back().kind;
     typed_.possible = true;
     return std::move(typed_);
 }
 
-bool Typist::instruction(const Instruction& in)
+bool Typist::instruction(std::size_t at)
 {
+    const Instruction& in = code_.instructions[at];
     switch (in.op) {
     case Op::Constant: {
         const Value& v = code_.constants[in.operand];
-        if (!v.isNumber() && !v.isBoolean()) return false;
-        push(constant(v.number()), v.kind());
+        if (v.isNumber() || v.isBoolean()) {
+            push(constant(v.number()), v.kind());
+            return true;
+        }
+        if (!v.isText() && !v.isFailure()) return false;
+        stack_.push_back({constant(std::nan("")), v.kind(), false, true});
         return true;
     }
     case Op::Cell:
@@ -43,50 +50,14 @@ bool Typist::instruction(const Instruction& in)
         if (code_.places[in.operand].lastSheet >= 0) return false;
         stack_.push_back({{From::Nothing, in.operand}, Kind::Number, true});
         return true;
-    case Op::Intersect: return !stack_.back().isArea; // a number already
-    case Op::Unary: {
-        const Entry a = pop();
-        switch (static_cast<Operator>(in.detail)) {
-        case Operator::Plus: stack_.push_back(a); return true;
-        case Operator::Negate: push(emit(TypedOp::Negate, arithmetic(a)).d); return true;
-        default: push(emit(TypedOp::Percent, arithmetic(a)).d); return true;
-        }
-    }
+    case Op::Intersect:
+    case Op::Dereference: return !stack_.back().isArea; // a number already
+    case Op::Unary: return !anyStops(1) && unary(static_cast<Operator>(in.detail));
     case Op::Binary:
-    case Op::FinalBinary: {
-        const bool final = in.op == Op::FinalBinary;
-        switch (static_cast<Operator>(in.detail)) {
-        case Operator::Add: sum(false, final); return true;
-        case Operator::Subtract: sum(true, final); return true;
-        case Operator::Multiply: binary(TypedOp::Multiply, Kind::Number); return true;
-        case Operator::Divide: binary(TypedOp::Divide, Kind::Number); return true;
-        case Operator::Power: binary(TypedOp::Power, Kind::Number); return true;
-        case Operator::Concat: return false;
-        default: {
-            if (stack_.back().kind != Kind::Number || stack_[stack_.size() - 2].kind != Kind::Number)
-                return false;
-            const int offset = in.detail - static_cast<int>(Operator::Equal);
-            const Entry b = pop(), a = pop();
-            push(
-                emit(static_cast<TypedOp>(static_cast<int>(TypedOp::Equal) + offset), a.operand, b.operand).d,
-                Kind::Boolean);
-            return true;
-        }
-        }
-    }
-    case Op::Call: return call(code_.calls[in.operand]);
-    case Op::IfTest: {
-        const Operand condition = arithmetic(stack_.back());
-        emit(TypedOp::JumpIfZero, condition);
-        Branch branch;
-        branch.otherwise = typed_.steps.size() - 1;
-        branches_.push_back(branch);
-        label();
-        return true;
-    }
-    case Op::IfThen: return ifThen();
-    case Op::IfEnd: return ifEnd();
+    case Op::FinalBinary: return !anyStops(2) && operation(in);
+    case Op::Call: return !anyStops(code_.calls[in.operand].count) && call(code_.calls[in.operand]);
     case Op::SetLocal:
+        if (anyStops(1)) return false;
         locals_.resize(std::max(locals_.size(), std::size_t{in.operand} + 1));
         locals_[in.operand] = pop();
         label(); // no later step may take in the one whose result has a name
@@ -98,33 +69,40 @@ bool Typist::instruction(const Instruction& in)
         stack_.push_back(e);
         return true;
     }
-    default: return false;
+    default: return branching(at);
     }
 }
 
-bool Typist::ifThen()
+bool Typist::unary(Operator op)
 {
-    if (stack_.back().isArea) return false;
-    Branch& branch = branches_.back();
-    branch.kind = stack_.back().kind;
-    branch.result = emit(TypedOp::Copy, stack_.back().operand).d;
-    emit(TypedOp::Jump, {});
-    branch.end = typed_.steps.size() - 1;
-    typed_.steps[branch.otherwise].target = label();
-    return true;
+    const Entry a = pop();
+    switch (op) {
+    case Operator::Plus: stack_.push_back(a); return true;
+    case Operator::Negate: push(emit(TypedOp::Negate, arithmetic(a)).d); return true;
+    default: push(emit(TypedOp::Percent, arithmetic(a)).d); return true;
+    }
 }
 
-bool Typist::ifEnd()
+bool Typist::operation(const Instruction& in)
 {
-    const Branch branch = branches_.back();
-    branches_.pop_back();
-    const Entry second = pop();
-    if (second.isArea || second.kind != branch.kind) return false;
-    emit(TypedOp::Copy, second.operand).d = branch.result;
-    typed_.steps[branch.end].target = label();
-    stack_.resize(stack_.size() - 2);
-    push(branch.result, branch.kind);
-    return true;
+    const bool final = in.op == Op::FinalBinary;
+    switch (static_cast<Operator>(in.detail)) {
+    case Operator::Add: sum(false, final); return true;
+    case Operator::Subtract: sum(true, final); return true;
+    case Operator::Multiply: binary(TypedOp::Multiply, Kind::Number); return true;
+    case Operator::Divide: binary(TypedOp::Divide, Kind::Number); return true;
+    case Operator::Power: binary(TypedOp::Power, Kind::Number); return true;
+    case Operator::Concat: return false;
+    default: {
+        if (stack_.back().kind != Kind::Number || stack_[stack_.size() - 2].kind != Kind::Number)
+            return false;
+        const int offset = in.detail - static_cast<int>(Operator::Equal);
+        const Entry b = pop(), a = pop();
+        push(emit(static_cast<TypedOp>(static_cast<int>(TypedOp::Equal) + offset), a.operand, b.operand).d,
+             Kind::Boolean);
+        return true;
+    }
+    }
 }
 
 void Typist::binary(TypedOp op, Kind kind)

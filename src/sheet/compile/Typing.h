@@ -19,14 +19,21 @@ namespace varnex3::sheet {
 
 /// Where an operand of a template comes from.
 struct TypedOperand {
-    enum class From : std::uint8_t { Nothing, Constant, Place, Temporary, Count } from = From::Nothing;
+    enum class From : std::uint8_t {
+        Nothing,
+        Constant,
+        Place,
+        Temporary,
+        Count,
+        Question
+    } from = From::Nothing;
     std::uint32_t index = 0;
     friend bool operator==(const TypedOperand&, const TypedOperand&) = default;
 };
 
 struct TypedTemplate {
-    /// An instruction over operands; of a run, `a` is a Place that may be an area. Jumps hold the position in
-    /// `steps` that they go to.
+    /// An instruction over operands; of a run, `a` is a Place that may be an area. Jumps and Try hold the
+    /// position in `steps` that they go to, Holds that of the one around it.
     struct Step {
         TypedOp op = TypedOp::Copy;
         TypedOperand d, a, b, c, e;
@@ -43,6 +50,7 @@ struct TypedTemplate {
         bool isRun = false;         // numbers of the area, everything else left out
         bool needsNumber = false;   // of a run: there must be one
         bool isPlain = false;       // of a run: a row or column of nothing but numbers
+        bool allowsAny = false;     // only its kind counts
     };
 
     /// How many numbers some readings have, and some more; refused when there are fewer than `fewest`.
@@ -50,14 +58,21 @@ struct TypedTemplate {
         std::vector<std::uint32_t> readings;
         double more = 0.0;
         double fewest = 0.0;
+        bool filled = false; // all that is not empty counts
+    };
+    /// Whether the cell of a reading is of one of some kinds: 1 or 0.
+    struct Question {
+        std::uint32_t reading = 0;
+        std::uint8_t kinds = 0; // bit by Kind
     };
     /// A table in which a step looks up.
     struct Table {
         TypedTable::How how = TypedTable::How::Exact;
         std::uint32_t keys = 0, values = 0; // places
         bool hasValues = false;
-        std::int32_t line = 0; // of one place with both: the column (or row) of the result, from 1; else 0
-        bool rowwise = false;  // keys in its first row
+        std::int32_t line = 0;    // of one place with both: the column (or row) of the result, from 1; else 0
+        bool rowwise = false;     // keys in its first row
+        bool numbersOnly = false; // a result of another kind would be taken for an error
     };
 
     bool possible = false;
@@ -67,6 +82,7 @@ struct TypedTemplate {
     std::vector<double> constants;
     std::vector<Reading> readings;
     std::vector<Count> counts;
+    std::vector<Question> questions;
     std::vector<Table> tables;
     std::uint32_t temporaries = 0;
 };

@@ -7,11 +7,15 @@
 #include <vector>
 
 #include "sheet/compile/Typing.h"
+#include "sheet/formula/Tree.h"
 
 namespace varnex3::sheet {
 
 inline bool isRun(TypedOp op) { return op >= TypedOp::SumRun && op <= TypedOp::ProductsRun; }
-inline bool isJump(TypedOp op) { return op == TypedOp::JumpIfZero || op == TypedOp::Jump; }
+inline bool isJump(TypedOp op)
+{
+    return op == TypedOp::JumpIfZero || op == TypedOp::Jump || op == TypedOp::Try;
+}
 
 /// Runs the stack code with operands in place of values; gives up at the first thing that is not a matter of
 /// numbers.
@@ -29,20 +33,29 @@ private:
         Operand operand;
         Kind kind = Kind::Number;
         bool isArea = false; // operand is a place whose cells are meant
+        bool stops = false;  // a value that typed code does not go on with: a text, an error
     };
     struct Branch {
         std::size_t otherwise = 0, end = 0; // jumps to be aimed
         Operand result;
         Kind kind = Kind::Number;
+        bool stops = false;
+    };
+    /// A CHOOSE or SWITCH: an IF for every value.
+    struct Cases {
+        Operand selector;
+        std::size_t values = 0, done = 0; // of a CHOOSE; of a SWITCH 0, and the tests so far
     };
 
-    bool instruction(const Instruction& in);
+    bool instruction(std::size_t at);
+    bool unary(Operator op);
+    bool operation(const Instruction& in);
     bool call(const CallSite& site);
     bool fold(const CallSite& site, TypedOp run, double start, TypedOp joining);
     bool average(const CallSite& site);
     bool extreme(const CallSite& site, TypedOp run);
-    Operand sumOf(const CallSite& site, TypedOp run, double start, TypedOp joining, Operand from = {});
-    bool statistic(const CallSite& site, double less, bool root);
+    Operand sumOf(const CallSite& site, TypedOp run, Operand total, TypedOp joining, Operand from = {});
+    bool statistic(const CallSite& site, std::optional<double> less, bool root);
     bool products(const CallSite& site);
     bool lookUp(const CallSite& site, bool rowwise);
     bool match(const CallSite& site);
@@ -57,8 +70,23 @@ private:
     bool connective(const CallSite& site, TypedOp op);
     void binary(TypedOp op, Kind kind);
     void sum(bool minus, bool final);
+
+    // Branches, and what they do about errors (Typing_branches.cpp)
+    bool branching(std::size_t at);
+    bool single(Entry& e);
+    bool anyStops(std::size_t count) const;
+    bool ifTest();
     bool ifThen();
     bool ifEnd();
+    bool ifError(bool onlyNA);
+    bool choose(std::size_t values);
+    bool nextChoice();
+    bool switchTest();
+    bool switchEnd();
+    std::optional<Operand> holds(const Entry& e, bool onlyNA);
+    void insertTry(std::size_t at);
+    bool maySucceed(const Step& pick) const;
+    bool question(const CallSite& site);
 
     Operand temporary() { return {From::Temporary, typed_.temporaries++}; }
     Operand constant(double x)
@@ -100,8 +128,10 @@ private:
     const Code& code_;
     TypedTemplate typed_;
     std::vector<Entry> stack_;
-    std::vector<Entry> locals_; // what the names of LET stand for
+    std::vector<Entry> locals_;       // what the names of LET stand for
+    std::vector<std::size_t> starts_; // by stack position: the first step of what stands there
     std::vector<Branch> branches_;
+    std::vector<Cases> cases_;
     std::size_t barrier_ = 0;
 };
 

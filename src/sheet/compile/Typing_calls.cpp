@@ -16,11 +16,16 @@ bool Typist::call(const CallSite& site)
     if (row.traits != Trait::Pure || site.count == 0) return false;
     if (name == "AVERAGE") return average(site);
     if (name == "COUNT") {
-        // The sum shows when one of the cells is no number after all.
-        const Operand total = sumOf(site, TypedOp::SumRun, 0.0, TypedOp::Add);
-        drop(site.count, emit(TypedOp::AddProduct, count(site, 0.0, 0.0), total, constant(0.0)).d);
+        drop(site.count, sumOf(site, TypedOp::PresentRun, count(site, 0.0, 0.0), TypedOp::Given));
         return true;
     }
+    if (name == "COUNTA") {
+        const Operand counted = count(site, 0.0, 0.0);
+        typed_.counts.back().filled = true;
+        drop(site.count, sumOf(site, TypedOp::PresentRun, counted, TypedOp::Given));
+        return true;
+    }
+    if (name.starts_with("IS") && site.count == 1 && question(site)) return true;
     if (name == "VAR" || name == "VAR.S") return statistic(site, 1.0, false);
     if (name == "VARP" || name == "VAR.P") return statistic(site, 0.0, false);
     if (name == "STDEV" || name == "STDEV.S") return statistic(site, 1.0, true);
@@ -29,12 +34,15 @@ bool Typist::call(const CallSite& site)
     if (name == "VLOOKUP") return lookUp(site, false);
     if (name == "HLOOKUP") return lookUp(site, true);
     if (name == "MATCH") return match(site);
+    if (name == "PRODUCT") return fold(site, TypedOp::ProductRun, 1.0, TypedOp::Multiply);
+    if (name == "DEVSQ") return statistic(site, {}, false);
     if (name == "SUM") return fold(site, TypedOp::SumRun, 0.0, TypedOp::Add);
     if (name == "SUMSQ") return fold(site, TypedOp::SumSquaresRun, 0.0, TypedOp::AddProduct);
     if (name == "MIN") return extreme(site, TypedOp::LeastRun);
     if (name == "MAX") return extreme(site, TypedOp::GreatestRun);
     if (name == "AND") return connective(site, TypedOp::Both);
     if (name == "OR") return connective(site, TypedOp::Either);
+    if (name == "XOR") return connective(site, TypedOp::Exclusive);
     const auto takesNumber = [&](int i) { return row.parameters.of(i).take == Take::Number; };
     if (name == "NOT" && site.count == 1) {
         push(emit(TypedOp::Not, arithmetic(pop())).d, Kind::Boolean);
@@ -50,9 +58,9 @@ bool Typist::call(const CallSite& site)
         push(step.d);
         return true;
     }
-    if (row.body.two != nullptr && row.parameters.count == 2 && site.count == 2 && takesNumber(0) &&
-        takesNumber(1)) {
-        const Operand b = arithmetic(pop());
+    if (row.body.two != nullptr && row.parameters.count == 2 && takesNumber(0) && takesNumber(1) &&
+        site.missing == 0) {
+        const Operand b = site.count == 2 ? arithmetic(pop()) : constant(row.parameters.of(1).fallback);
         Step& step = emit(TypedOp::Two, arithmetic(pop()), b);
         step.two = row.body.two;
         push(step.d);
@@ -62,9 +70,8 @@ bool Typist::call(const CallSite& site)
 }
 
 /// The arguments in order, each joined to what came before.
-TypedOperand Typist::sumOf(const CallSite& site, TypedOp run, double start, TypedOp joining, Operand from)
+TypedOperand Typist::sumOf(const CallSite& site, TypedOp run, Operand total, TypedOp joining, Operand from)
 {
-    Operand total = constant(start);
     for (std::size_t i = stack_.size() - site.count; i < stack_.size(); ++i) {
         const Entry& e = stack_[i];
         if (e.isArea) {
@@ -80,10 +87,14 @@ TypedOperand Typist::sumOf(const CallSite& site, TypedOp run, double start, Type
     return total;
 }
 
-/// SUM and its like.
+/// SUM and its like. Of no numbers at all the product is 0, so each area must have one.
 bool Typist::fold(const CallSite& site, TypedOp run, double start, TypedOp joining)
 {
-    drop(site.count, sumOf(site, run, start, joining));
+    const std::size_t known = typed_.readings.size();
+    const Operand result = sumOf(site, run, constant(start), joining);
+    for (std::size_t k = known; run == TypedOp::ProductRun && k < typed_.readings.size(); ++k)
+        typed_.readings[k].needsNumber = typed_.readings[k].isRun;
+    drop(site.count, result);
     return true;
 }
 
@@ -106,18 +117,18 @@ TypedOperand Typist::count(const CallSite& site, double less, double fewest)
 
 bool Typist::average(const CallSite& site)
 {
-    const Operand total = sumOf(site, TypedOp::SumRun, 0.0, TypedOp::Add);
+    const Operand total = sumOf(site, TypedOp::SumRun, constant(0.0), TypedOp::Add);
     drop(site.count, emit(TypedOp::Divide, total, count(site, 0.0, 1.0)).d);
     return true;
 }
 
-/// The mean squared distance from the mean, or its root.
-bool Typist::statistic(const CallSite& site, double less, bool root)
+/// The sum of the squared distances from the mean; with `less`, their mean, or its root.
+bool Typist::statistic(const CallSite& site, std::optional<double> less, bool root)
 {
-    const Operand total = sumOf(site, TypedOp::SumRun, 0.0, TypedOp::Add);
+    const Operand total = sumOf(site, TypedOp::SumRun, constant(0.0), TypedOp::Add);
     const Operand mean = emit(TypedOp::Divide, total, count(site, 0.0, 1.0)).d;
-    const Operand squares = sumOf(site, TypedOp::DeviationsRun, 0.0, TypedOp::DeviationsRun, mean);
-    Operand result = emit(TypedOp::Divide, squares, count(site, less, 1.0)).d;
+    Operand result = sumOf(site, TypedOp::DeviationsRun, constant(0.0), TypedOp::DeviationsRun, mean);
+    if (less) result = emit(TypedOp::Divide, result, count(site, *less, 1.0)).d;
     if (root) result = emit(TypedOp::SquareRoot, result).d;
     drop(site.count, result);
     return true;
@@ -239,7 +250,9 @@ bool Typist::connective(const CallSite& site, TypedOp op)
         } else {
             one = arithmetic(e);
         }
-        all = emit(op, one, all.from == From::Nothing ? one : all).d;
+        // The first one twice: a number other than 0 and 1 becomes 1.
+        const Operand start = op == TypedOp::Exclusive ? constant(0.0) : one;
+        all = emit(op, one, all.from == From::Nothing ? start : all).d;
     }
     stack_.resize(first);
     push(all, Kind::Boolean);

@@ -50,6 +50,8 @@ private:
     std::vector<Slot> slots_;                              // reading -> slot
     std::vector<Run> runs_;                                // of all readings
     std::vector<std::pair<std::size_t, std::size_t>> own_; // reading -> its runs
+    std::vector<Kind> kinds_;                              // reading -> kind of its cell
+    std::vector<double> filled_;                           // reading -> cells of its area that are not empty
     std::vector<double> counts_;
     std::vector<std::uint32_t> tables_; // of the template -> of the program
 };
@@ -64,12 +66,16 @@ bool Placer::settle(const TypedTemplate::Reading& reading)
     if (!cell) return false;
     const Slot slot = store_.make(*cell);
     const Kind kind = store_.value(slot).kind();
-    const bool fits = kind == Kind::Number || (kind == Kind::Empty && reading.allowsEmpty) ||
+    const bool fits = reading.allowsAny || kind == Kind::Number ||
+                      (kind == Kind::Empty && reading.allowsEmpty) ||
                       (kind == Kind::Boolean && reading.allowsBoolean);
     if (!fits) return false;
     operands_.emplace_back(slot, kind);
-    slots_.push_back(slot);
+    const bool hasNumber = kind == Kind::Number || kind == Kind::Empty || kind == Kind::Boolean;
+    slots_.push_back(hasNumber ? slot : pool_.constant(0.0));
     own_.emplace_back(0, 0);
+    kinds_.push_back(kind);
+    filled_.push_back(0.0);
     return true;
 }
 
@@ -78,6 +84,7 @@ bool Placer::settleRun(const Area& area, const TypedTemplate::Reading& reading)
     if (static_cast<std::int64_t>(area.rows()) * area.cols() > kLargestRun) return false;
     const std::size_t begin = runs_.size();
     bool fits = true;
+    double filled = 0.0;
     // Cells that are not there yet could come to life unnoticed: their slots are made now.
     for (std::int32_t c = area.col0; c <= area.col1; ++c)
         for (std::int32_t r = area.row0; r <= area.row1; r += Store::kTileRows - r % Store::kTileRows)
@@ -86,6 +93,7 @@ bool Placer::settleRun(const Area& area, const TypedTemplate::Reading& reading)
         for (Slot s = first; s < first + static_cast<Slot>(n) && fits; ++s) {
             const Kind kind = store_.value(s).kind();
             operands_.emplace_back(s, kind);
+            if (kind != Kind::Empty) filled += 1.0;
             if (kind == Kind::Failure || (reading.isPlain && kind != Kind::Number)) fits = false;
             if (kind != Kind::Number) continue;
             if (runs_.size() > begin && runs_.back().first + runs_.back().count == s) {
@@ -98,6 +106,8 @@ bool Placer::settleRun(const Area& area, const TypedTemplate::Reading& reading)
     });
     slots_.push_back(kNoSlot);
     own_.emplace_back(begin, runs_.size());
+    kinds_.push_back(Kind::Reference);
+    filled_.push_back(filled);
     if (reading.isPlain && area.rows() > 1 && area.cols() > 1) return false; // a column or a row
     return fits && (!reading.needsNumber || runs_.size() > begin);
 }
@@ -109,6 +119,11 @@ Slot Placer::slot(const Operand& o)
     case From::Place: return slots_[o.index];
     case From::Temporary: return pool_.temporary(o.index);
     case From::Count: return pool_.constant(counts_[o.index]);
+    case From::Question: {
+        const TypedTemplate::Question& asked = typed_.questions[o.index];
+        const auto kind = static_cast<unsigned>(kinds_[asked.reading]);
+        return pool_.constant((asked.kinds >> kind & 1U) != 0 ? 1.0 : 0.0);
+    }
     default: return 0;
     }
 }
@@ -116,7 +131,8 @@ Slot Placer::slot(const Operand& o)
 bool Placer::settleCount(const TypedTemplate::Count& count)
 {
     double n = count.more;
-    for (const std::uint32_t reading : count.readings)
+    for (const std::uint32_t reading : count.readings) n += count.filled ? filled_[reading] : 0.0;
+    for (const std::uint32_t reading : count.filled ? std::vector<std::uint32_t>() : count.readings)
         for (std::size_t k = own_[reading].first; k < own_[reading].second; ++k) n += runs_[k].count;
     counts_.push_back(n);
     return n >= count.fewest;
@@ -152,7 +168,8 @@ bool Placer::settleTable(const TypedTemplate::Table& table)
                      whole->row1,
                      whole->col1,
                      table.line,
-                     table.rowwise ? 1 : 0};
+                     table.rowwise ? 1 : 0,
+                     table.numbersOnly ? 1 : 0};
     for (std::uint32_t t = 0; t < program_.tables.size(); ++t) {
         if (program_.tables[t].identity != made.identity) continue;
         tables_.push_back(t);
@@ -179,6 +196,8 @@ bool Placer::settleTable(const TypedTemplate::Table& table)
         }
         if (!readLine(keys, true, made.keyCells) || !readLine(values, false, made.cells)) return false;
     }
+    const auto isNumber = [](const std::pair<Slot, Kind>& cell) { return cell.second == Kind::Number; };
+    if (table.numbersOnly && !std::all_of(made.cells.begin(), made.cells.end(), isNumber)) return false;
     made.read(store_.values());
     tables_.push_back(static_cast<std::uint32_t>(program_.tables.size()));
     program_.tables.push_back(std::move(made));
@@ -285,16 +304,20 @@ bool Placer::place(Slot result)
     }();
     const bool direct = !jumps && !typed_.steps.empty() && typed_.steps.back().d == typed_.value;
     std::vector<std::uint32_t> starts;
-    std::vector<std::pair<std::size_t, std::uint32_t>> aims; // instruction, step it jumps to
+    std::vector<std::pair<std::size_t, std::uint32_t>> aims, holds; // instruction, step it leads to
     for (std::size_t i = 0; i < typed_.steps.size(); ++i) {
         const Step& step = typed_.steps[i];
         starts.push_back(static_cast<std::uint32_t>(program_.instructions.size()));
-        if (isJump(step.op)) aims.emplace_back(program_.instructions.size(), step.target);
+        const auto at = static_cast<std::uint32_t>(program_.instructions.size());
+        if (isJump(step.op)) aims.emplace_back(at, step.target);
+        if (step.op == TypedOp::Holds) holds.emplace_back(at, step.target);
         instruction(step, result, direct && i + 1 == typed_.steps.size());
     }
     starts.push_back(static_cast<std::uint32_t>(program_.instructions.size()));
     if (!direct) program_.instructions.push_back({TypedOp::Copy, result, slot(typed_.value), 0, 0, 0});
     for (const auto& [jump, step] : aims) program_.instructions[jump].d = starts[step];
+    for (const auto& [at, step] : holds)
+        program_.instructions[at].c = step == kNoHolds ? kNoHolds : starts[step];
     return true;
 }
 

@@ -72,7 +72,9 @@ private:
         starts.push_back(at);
         for (std::uint32_t k = starts_[i]; k < end(i); ++k) {
             instructions.push_back(old_[k]);
-            if (isJump(old_[k].op)) instructions.back().d += at - starts_[i];
+            TypedInstruction& in = instructions.back();
+            if (isJump(in.op)) in.d += at - starts_[i];
+            if (in.op == TypedOp::Holds && in.c != kNoHolds) in.c += at - starts_[i];
         }
     }
     void repeat(std::size_t i, std::size_t count)

@@ -223,6 +223,9 @@ template <class F>
             extremeLanes(d, pb, list, in.c, registers, [](double s, double x) { return x > s ? x : s; });
             break;
 
+        case BlockOp::PresentList:
+            foldLanes(d, pb, list, in.c, registers, [](double s, double x) { return s + x * 0.0; });
+            break;
         case BlockOp::DeviationsList: {
             const double* from = pe;
             for (std::size_t l = 0; l < kLanes; ++l) d[l] = pb[l];
@@ -261,6 +264,12 @@ template <class F>
             break;
         case BlockOp::Merge:
             for (std::size_t l = 0; l < kLanes; ++l) d[l] = going[l] != 0 ? pa[l] : d[l];
+            break;
+        case BlockOp::Holds:
+            for (std::size_t l = 0; l < kLanes; ++l) {
+                const double none = isFinite(pb[l]) ? 0.0 : kNoNumber;
+                d[l] = isFinite(pa[l]) ? 1.0 : none;
+            }
             break;
         case BlockOp::Formula: registers.formulas->run(in.a, code.sources[in.a], registers, d); break;
         }

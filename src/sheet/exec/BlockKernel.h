@@ -31,6 +31,7 @@ enum class BlockOp : std::uint8_t {
     ProductList,
     LeastList,
     GreatestList,
+    PresentList,    // b, and no number where one of them is none
     DeviationsList, // the squares of their distances from e
     ProductsList,   // the products of the first of them with the second, the third with the fourth, ...
 
@@ -39,6 +40,8 @@ enum class BlockOp : std::uint8_t {
     Else,  // those where the condition was 0 go on; none there: on to the End, instruction d
     Merge, // d = a in the lanes that go on
     End,   // all go on
+
+    Holds, // d = 1 where a is a number; 0 where it is none, but b is one
 
     Formula, // d = formula a, which reads sources[a]
 };

@@ -21,6 +21,7 @@ std::size_t operandsOf(BlockOp op)
     case BlockOp::If:
     case BlockOp::Take:
     case BlockOp::Merge: return 1;
+    case BlockOp::Holds: return 2;
     default: return 0;
     }
 }
@@ -57,12 +58,14 @@ private:
     struct Branch {
         std::uint32_t otherwise = 0, end = 0; // positions in the typed code
         std::uint32_t result = kNone;         // variable of the first value, then of both
+        std::uint32_t condition = kNone;
     };
 
     std::uint32_t variable(bool constant, bool fromCell = false)
     {
         constant_.push_back(constant);
         fromCell_.push_back(fromCell);
+        unsure_.push_back(false);
         return static_cast<std::uint32_t>(constant_.size() - 1);
     }
     std::uint32_t read(Slot slot)
@@ -78,6 +81,8 @@ private:
     void operation(const TypedInstruction& in);
     void list(const TypedInstruction& in);
     void formula(const TypedInstruction& in);
+    void holds(const TypedInstruction& in);
+    bool isUnsure(const BlockCode& code, const BlockInstruction& in) const;
     std::uint32_t emit(BlockInstruction in, bool constant);
     template <class F>
     static void visitOperands(const BlockCode& code, const BlockInstruction& in, F f);
@@ -88,6 +93,7 @@ private:
     std::span<const Slot> inputs_, outputs_;
     BlockProgram program_;
     std::vector<bool> constant_;                            // by variable: the same in every trial
+    std::vector<bool> unsure_;                              // by variable: may be none without an error
     std::vector<bool> fromCell_;                            // by variable: what a cell holds
     std::unordered_map<Slot, std::uint32_t> current_;       // slot -> the variable that it holds now
     std::vector<std::pair<Slot, std::uint32_t>> constants_; // slot -> variable
@@ -99,8 +105,22 @@ private:
 std::uint32_t BlockMaker::emit(BlockInstruction in, bool constant)
 {
     in.d = variable(constant);
-    (constant ? program_.once_ : program_.each_).instructions.push_back(in);
+    BlockCode& code = constant ? program_.once_ : program_.each_;
+    unsure_[in.d] = isUnsure(code, in);
+    code.instructions.push_back(in);
     return in.d;
+}
+
+/// Whether a result may be no number although the formula gives something: a text, or a count of cells of
+/// which one holds an error.
+bool BlockMaker::isUnsure(const BlockCode& code, const BlockInstruction& in) const
+{
+    bool unsure = in.op == BlockOp::Given || in.op == BlockOp::PresentList || in.op == BlockOp::Formula;
+    const auto table = TypedInstruction{static_cast<TypedOp>(in.op), 0, 0, in.b, in.c, 0}.table();
+    if (in.op <= BlockOp::Pick && table)
+        for (const auto& [slot, kind] : typed_.tables[*table].cells) unsure = unsure || kind != Kind::Number;
+    visitOperands(code, in, [&](std::uint32_t v) { unsure = unsure || unsure_[v]; });
+    return unsure;
 }
 
 bool BlockMaker::instruction(std::size_t i)
@@ -112,10 +132,16 @@ bool BlockMaker::instruction(std::size_t i)
     }
     switch (in.op) {
     case TypedOp::Repeat: return false;
+    case TypedOp::Try: return true;
+    case TypedOp::Holds: holds(in); return true;
+    case TypedOp::Stop:
+        current_[in.d] = emit({BlockOp::Copy, 0, read(in.a), 0, 0, 0}, true);
+        unsure_[current_[in.d]] = true;
+        return true;
     case TypedOp::Formula: formula(in); return true;
     case TypedOp::JumpIfZero:
         program_.each_.instructions.push_back({BlockOp::If, 0, read(in.a), 0, 0, 0});
-        branches_.push_back({in.d, 0, kNone});
+        branches_.push_back({in.d, 0, kNone, read(in.a)});
         program_.each_.depth = std::max(program_.each_.depth, branches_.size());
         return branches_.size() < kDeepestIf;
     case TypedOp::Jump:
@@ -129,14 +155,16 @@ bool BlockMaker::instruction(std::size_t i)
     case TypedOp::ProductRun:
     case TypedOp::LeastRun:
     case TypedOp::GreatestRun:
+    case TypedOp::PresentRun:
     case TypedOp::DeviationsRun:
     case TypedOp::ProductsRun: list(in); return true;
     case TypedOp::Copy: {
         const bool second =
             !branches_.empty() && branches_.back().result != kNone && branches_.back().end == i + 1;
         if (second) {
-            program_.each_.instructions.push_back(
-                {BlockOp::Merge, branches_.back().result, read(in.a), 0, 0, 0});
+            const std::uint32_t result = branches_.back().result, a = read(in.a);
+            program_.each_.instructions.push_back({BlockOp::Merge, result, a, 0, 0, 0});
+            unsure_[result] = unsure_[result] || unsure_[a];
             return true;
         }
         const bool first =
@@ -145,7 +173,9 @@ bool BlockMaker::instruction(std::size_t i)
             current_[in.d] = read(in.a);
             return true;
         }
-        current_[in.d] = emit({BlockOp::Take, 0, read(in.a), 0, 0, 0}, false);
+        const std::uint32_t taken = emit({BlockOp::Take, 0, read(in.a), 0, 0, 0}, false);
+        unsure_[taken] = unsure_[taken] || unsure_[branches_.back().condition];
+        current_[in.d] = taken;
         return true;
     }
     default: operation(in); return true;
@@ -162,6 +192,15 @@ void BlockMaker::operation(const TypedInstruction& in)
         constant = constant && constant_[*operands[k]];
     }
     current_[in.d] = emit(out, constant);
+}
+
+/// Whether a value is there. Where that may not be known, an error is none: such a trial stops.
+void BlockMaker::holds(const TypedInstruction& in)
+{
+    const std::uint32_t a = read(in.a), b = read(in.b);
+    const BlockInstruction out = unsure_[a] ? BlockInstruction{BlockOp::Given, 0, b, a, 0, 0}
+                                            : BlockInstruction{BlockOp::Holds, 0, a, b, 0, 0};
+    current_[in.d] = emit(out, constant_[a] && constant_[b]);
 }
 
 /// A formula for the general evaluator. Cells that no trial changes are copied once (FormulaLanes).

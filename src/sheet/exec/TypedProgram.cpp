@@ -126,6 +126,7 @@ std::uint32_t TypedProgram::run(Value* values, std::uint32_t begin, std::uint32_
 {
     const TypedInstruction* code = instructions.data();
     const auto number = [values](Slot slot) { return values[slot].number(); };
+    std::uint32_t holds = kNoHolds; // where an error leads to
     for (std::uint32_t at = begin; at < end; ++at) {
         const TypedInstruction& in = code[at];
         double r = 0.0;
@@ -156,6 +157,7 @@ std::uint32_t TypedProgram::run(Value* values, std::uint32_t begin, std::uint32_
             r = foldRun(values + in.a, in.c, number(in.b), [](double s, double x) { return x > s ? x : s; });
             break;
 
+        case TypedOp::PresentRun: r = number(in.b); break;
         case TypedOp::DeviationsRun: {
             const double from = number(in.e);
             r = foldRun(values + in.a, in.c, number(in.b),
@@ -177,9 +179,21 @@ std::uint32_t TypedProgram::run(Value* values, std::uint32_t begin, std::uint32_
                 if (!repeat(values, code[at + 1 + 2 * k], code[at + 2 + 2 * k], in.a)) return at;
             at += 2 * in.b;
             continue;
+        case TypedOp::Try: holds = in.d; continue;
+        case TypedOp::Holds:
+            values[in.d].setNumber(1.0);
+            holds = in.c;
+            continue;
+        case TypedOp::Stop:
         case TypedOp::Formula: return at;
         }
-        if (!isFinite(r)) return at;
+        if (!isFinite(r)) {
+            if (holds == kNoHolds) return at;
+            at = holds;
+            holds = code[at].c;
+            values[code[at].d].setNumber(0.0);
+            continue;
+        }
         values[in.d].setNumber(r);
     }
     return end;

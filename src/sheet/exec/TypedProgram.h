@@ -53,6 +53,8 @@ namespace varnex3::sheet {
     OPERATION(Not, 1, x == 0.0 ? 1.0 : 0.0)                                                                  \
     OPERATION(Both, 2, x != 0.0 && y != 0.0 ? 1.0 : 0.0)                                                     \
     OPERATION(Either, 2, x != 0.0 || y != 0.0 ? 1.0 : 0.0)                                                   \
+    OPERATION(Exclusive, 2, (x != 0.0) != (y != 0.0) ? 1.0 : 0.0)                                            \
+    OPERATION(Given, 2, x)                                                                                   \
     OPERATION(Power, 2, x == 0.0 && y < 0.0 ? HUGE_VAL : power(x, y))                                        \
     OPERATION(One, 1, ones[in.b](x))                                                                         \
     OPERATION(Two, 2, twos[in.c](x, y))
@@ -74,6 +76,7 @@ enum class TypedOp : std::uint16_t {
     ProductRun,    // d = b * the numbers
     LeastRun,      // d = the least of b and the numbers
     GreatestRun,
+    PresentRun,    // d = b; in blocks no number where one of the run is none
     DeviationsRun, // d = b + the squares of the numbers' distances from e
     ProductsRun,   // d = b + the products of the numbers with those from slot e on
 
@@ -83,6 +86,12 @@ enum class TypedOp : std::uint16_t {
     /// The b operations that follow, each with an instruction that holds the strides of its operands: every
     /// one is done for a neighbouring formulas before the next one starts.
     Repeat,
+
+    // What an error would be an answer to (IFERROR, ISERROR, IFNA):
+    Try,   // from here on a result that is no number leads to instruction d, the Holds
+    Holds, // d = 1; reached because of an error: d = 0. An error after it leads to the Holds c, kNoHolds:
+           // stops. For blocks: it is about value a, of which b must be a number for an error to count
+    Stop, // a text or the like: nothing to go on with
 
     Formula, // d = formula a of BlockFormulas.h; in blocks only
 };
@@ -109,6 +118,8 @@ struct TypedTable {
     double find(double sought) const; // NaN when there is none
     double pick(double row, double col) const;
 };
+
+inline constexpr std::uint32_t kNoHolds = 0xFFFFFFFFU;
 
 struct TypedInstruction {
     TypedOp op = TypedOp::Copy;

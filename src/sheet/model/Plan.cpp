@@ -159,6 +159,7 @@ bool Plan::appendNeeded(Store& store, FormulaTable& formulas, TypedPool& pool, s
     };
     std::vector<Chosen> chosen;
     std::unordered_set<Slot> needed(outputs.begin(), outputs.end()), results;
+    std::unordered_set<Slot> readWhole; // by a formula of the general evaluator
     TypedProgram scratch;
     std::vector<std::pair<Slot, Kind>> read, own;
     for (auto f = order.formulas.rbegin(); f != order.formulas.rend(); ++f) {
@@ -175,11 +176,15 @@ bool Plan::appendNeeded(Store& store, FormulaTable& formulas, TypedPool& pool, s
         if (!wanted) continue;
         scratch.instructions.clear();
         own.clear();
-        const bool isTyped = append(*f, scratch, own) && holds(scratch, own);
+        bool isTyped = append(*f, scratch, own) && holds(scratch, own);
+        if (readWhole.contains(slot)) // where it may give a text, the reader wants to see it
+            isTyped = isTyped && std::none_of(scratch.instructions.begin(), scratch.instructions.end(),
+                                              [](const auto& in) { return in.op == TypedOp::Stop; });
         if (!isTyped) {
             auto formula = blockFormula(formulas.code(*f), slot, formulas.spills(*f), store);
             if (!formula) return false;
             own = formula->cells;
+            for (const auto& cell : own) readWhole.insert(cell.first);
             chosen.push_back({*f, std::move(*formula)});
         } else {
             chosen.push_back({*f, std::nullopt});

@@ -224,7 +224,34 @@ std::string randomFormula(std::mt19937& draw, int r, int c, bool circles)
     const auto pick = [&](int n) { return static_cast<int>(draw() % static_cast<unsigned>(n)); };
     const auto cell = [&] { return a1Text(CellAddress{0, pick(std::max(1, r)), pick(6)}); };
     const auto own = a1Text(CellAddress{0, r, c});
-    switch (pick(28)) {
+    switch (pick(44)) {
+    case 28:
+        return "=IFERROR(" + cell() + "/" + cell() + "-IFERROR(SQRT(" + cell() + "),9),LN(" + cell() + "))";
+    case 29: return "=IFERROR(VLOOKUP(" + cell() + ",H1:I6,2,FALSE),IFERROR(1/" + cell() + ",\"none\"))";
+    case 30:
+        return "=IFNA(MATCH(" + cell() + "*2,H1:H6,0),-1)+IFERROR(INDEX(I1:I6,MATCH(" + cell() +
+               ",H1:H6)),0)";
+    case 31: return "=IFS(" + cell() + ">3," + cell() + "," + cell() + "<1,2,TRUE," + cell() + "*2)";
+    case 32: return "=IFS(" + cell() + ">3," + cell() + "," + cell() + "<1,\"low\")";
+    case 33:
+        return "=CHOOSE(" + cell() + "," + cell() + "*2,SUM(" + cell() + ",IF(" + cell() + ">1," + cell() +
+               ",3)),\"three\",NA())";
+    case 34:
+        return "=SWITCH(INT(" + cell() + "),1," + cell() + ",2," + cell() + "+1," + cell() + ",IF(" + cell() +
+               ">0,1,2),-1)";
+    case 35: return "=SWITCH(" + cell() + ",0.5,7," + cell() + ",8)+XOR(" + cell() + ">1," + cell() + ")";
+    case 36:
+        return "=IF(ISNUMBER(" + cell() + "),1,2)+ISBLANK(" + cell() + ")+10*ISERROR(" + cell() +
+               ")+100*ISTEXT(" + cell() + ")";
+    case 37:
+        return "=ISERROR(" + cell() + "/" + cell() + ")+ISNA(MATCH(" + cell() + ",H1:H6,0))+10*ISNUMBER(" +
+               cell() + "+" + cell() + ")+ISNONTEXT(" + cell() + ")";
+    case 38: return "=LOG(ABS(" + cell() + ")+1)+TRUNC(" + cell() + ")+ROUNDUP(" + cell() + ",1)";
+    case 39: return "=PRODUCT(A1:B3," + cell() + ")-DEVSQ(A1:A3," + cell() + ")";
+    case 40: return "=COUNTA(A1:C" + std::to_string(std::max(1, r)) + "," + cell() + ")*2";
+    case 41: return "=IF(" + cell() + ">2,\"high\"," + cell() + "*3)";
+    case 42: return "=IF(" + cell() + ">2,NA(),IF(" + cell() + "<1,\"low\"," + cell() + "))";
+    case 43: return "=LET(q," + cell() + "/" + cell() + ",IFERROR(q,IFERROR(q+1," + cell() + "))+ISERROR(q))";
     // H1:I6 are numbers most of the time, and change seldom.
     case 22: return "=AVERAGE(A1:C" + std::to_string(std::max(1, r)) + ")-COUNT(A1:A3," + cell() + ")";
     case 23: return "=STDEV(A1:C3)+VAR.P(" + cell() + ",A1:A3,2)-STDEVP(A1:B2)";
