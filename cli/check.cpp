@@ -2,7 +2,10 @@
 #include <algorithm>
 #include <chrono>
 #include <memory>
+#include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -62,29 +65,38 @@ public:
     }
 
     /// Other books and the cells that use them. Files number them, or name them in the formulas.
-    void links(const std::vector<std::string>& targets, const std::vector<sheet::CellRemark>& users)
+    void links(const std::vector<std::string>& targets, const std::vector<sheet::CellRemark>& users,
+               const std::vector<sheet::CellRemark>& keeping)
     {
         json["externalLinks"] = nlohmann::json::array();
         if (targets.empty() && users.empty()) return;
-        text += fmt::format("\nExternal links ({}); cells that use them keep their stored values:\n",
-                            targets.size());
+        text +=
+            fmt::format("\nExternal links ({}); cells that use them are calculated with the values that the "
+                        "file keeps of them:\n",
+                        targets.size());
+        std::set<std::pair<std::string, std::string>> kept;
+        for (const sheet::CellRemark& remark : keeping) kept.emplace(name(remark.cell), remark.text);
+        const auto add = [&](std::vector<LinkUser>& list, const sheet::CellRemark& user, std::string shown) {
+            if (list.empty() || list.back().shown != shown)
+                list.push_back({std::move(shown), kept.count({name(user.cell), user.text}) != 0});
+        };
         std::vector<bool> told(users.size());
         for (std::size_t i = 0; i < targets.size(); ++i) {
             const std::string number = "[" + std::to_string(i + 1) + "]";
             const std::string file = "[" + targets[i].substr(targets[i].find_last_of("/\\") + 1) + "]";
-            std::vector<std::string> cells;
+            std::vector<LinkUser> cells;
             for (std::size_t k = 0; k < users.size(); ++k) {
                 if (users[k].text.find(number) == std::string::npos &&
                     users[k].text.find(file) == std::string::npos)
                     continue;
                 told[k] = true;
-                cells.push_back(name(users[k].cell));
+                add(cells, users[k], name(users[k].cell));
             }
             addLink(targets[i], cells);
         }
-        std::vector<std::string> others;
+        std::vector<LinkUser> others;
         for (std::size_t k = 0; k < users.size(); ++k)
-            if (!told[k]) others.push_back(name(users[k].cell) + " " + users[k].text);
+            if (!told[k]) add(others, users[k], name(users[k].cell) + " " + users[k].text);
         if (!others.empty()) addLink("not listed in the file", others);
     }
 
@@ -92,16 +104,29 @@ public:
     nlohmann::json json;
 
 private:
-    void addLink(const std::string& target, const std::vector<std::string>& cells)
+    struct LinkUser {
+        std::string shown;
+        bool keeps; // its stored result as a whole
+    };
+
+    void addLink(const std::string& target, const std::vector<LinkUser>& users)
     {
         constexpr std::size_t kMost = 10;
-        json["externalLinks"].push_back({{"target", target}, {"cells", cells}});
+        nlohmann::json& link = json["externalLinks"].emplace_back();
+        link = {{"target", target},
+                {"cells", nlohmann::json::array()},
+                {"keepStoredResults", nlohmann::json::array()}};
         text += fmt::format("  {}\n", target);
-        if (cells.empty()) text += "    used by no formula\n";
-        for (std::size_t i = 0; i < std::min(cells.size(), kMost); ++i)
-            text += fmt::format("    {}\n", cells[i]);
-        if (cells.size() > kMost)
-            text += fmt::format("    and {} more; --json lists all\n", cells.size() - kMost);
+        if (users.empty()) text += "    used by no formula\n";
+        for (std::size_t i = 0; i < users.size(); ++i) {
+            link["cells"].push_back(users[i].shown);
+            if (users[i].keeps) link["keepStoredResults"].push_back(users[i].shown);
+            if (i < kMost)
+                text += fmt::format("    {}{}\n", users[i].shown,
+                                    users[i].keeps ? "  keeps its stored result" : "");
+        }
+        if (users.size() > kMost)
+            text += fmt::format("    and {} more; --json lists all\n", users.size() - kMost);
     }
 
     std::string name(const sheet::CellAddress& cell) const
@@ -171,7 +196,7 @@ int runCheck(const CheckArguments& arguments)
                 found.unknownFunctions);
     report.list("unparsable", "Formulas that cannot be read; the cells read #NAME?", found.unparsable);
     report.list("unsupported", "Features that are not evaluated", found.unsupported);
-    report.links(found.links, found.externals);
+    report.links(found.links, found.externals, found.keeping);
     report.list("circular", "Circular references", found.circular);
     report.list("volatile", "Volatile cells, which change at every recalculation", found.volatiles);
     report.json["notices"] = nlohmann::json::array();

@@ -55,6 +55,15 @@ public:
         require(inGrid(cell) && stored.isScalar());
     }
     void dateCell(const CellAddress& cell) override { require(inGrid(cell)); }
+    void merged(const Area& area) override
+    {
+        require(inGrid({area.sheet, area.row0, area.col0}) && inGrid({area.sheet, area.row1, area.col1}));
+    }
+    void externalSheet(std::size_t, std::string) override { external_ = true; }
+    void externalCell(std::int32_t row, std::int32_t col, Value value) override
+    {
+        require(external_ && row >= 0 && row < kMaxRows && col >= 0 && col < kMaxColumns && value.isScalar());
+    }
     void notice(std::string, std::string what) override { require(!what.empty()); }
 
 private:
@@ -69,11 +78,14 @@ private:
     }
 
     SheetIndex sheets_ = 0;
+    bool external_ = false; // a sheet of another book was told
 };
 
 constexpr const char* kDocumentNames[] = {"content.xml", "mimetype"};
-constexpr const char* kPartNames[] = {"xl/workbook.xml", "xl/_rels/workbook.xml.rels", "xl/s.xml", "xl/t.xml",
-                                      "xl/y.xml",        "xl/_rels/s.xml.rels",        "xl/tb.xml"};
+constexpr const char* kPartNames[] = {
+    "xl/workbook.xml", "xl/_rels/workbook.xml.rels", "xl/s.xml",  "xl/t.xml",
+    "xl/y.xml",        "xl/_rels/s.xml.rels",        "xl/tb.xml", "xl/m.xml",
+    "xl/x.xml"};
 
 std::string packed(std::string_view texts, std::span<const char* const> names)
 {

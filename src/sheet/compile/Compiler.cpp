@@ -65,11 +65,7 @@ void Compiler::node(const Tree& tree, const Node& n, Mode mode)
     case NodeKind::Reference: reference(tree, n, mode); break;
     case NodeKind::Name: name(tree, n, mode); break;
     case NodeKind::Structured: structured(tree, n, mode); break;
-    case NodeKind::External:
-        code_.keepsStored = true;
-        code_.remarks.push_back({CodeRemark::Why::External, textOf(n.text)});
-        constant(Failure::Ref);
-        break;
+    case NodeKind::External: external(textOf(n.text), mode); break;
     case NodeKind::Call: call(tree, n, mode); break;
     case NodeKind::CallValue: valueCall(tree, n, mode); break;
     case NodeKind::Unary: unary(tree, n, mode); break;
@@ -78,12 +74,12 @@ void Compiler::node(const Tree& tree, const Node& n, Mode mode)
     case NodeKind::Union:
     case NodeKind::Intersection: references(tree, n, mode); break;
     case NodeKind::Spill:
-        node(tree, tree.child(n, 0), {Want::Range, false, false});
+        node(tree, tree.child(n, 0), {Want::Range, false, tree.child(n, 0).kind == NodeKind::External});
         emit(Op::Spilled);
         delivered(mode);
         break;
     case NodeKind::Single:
-        node(tree, tree.child(n, 0), {Want::Range, false, false});
+        node(tree, tree.child(n, 0), {Want::Range, false, tree.child(n, 0).kind == NodeKind::External});
         emit(Op::Intersect);
         break;
     }
@@ -147,6 +143,22 @@ void Compiler::structured(const Tree& tree, const Node& n, Mode mode)
     code_.unresolved = true;
     if (!lost.reason.empty()) code_.remarks.push_back({CodeRemark::Why::Unsupported, lost.reason});
     constant(lost.failure);
+}
+
+/// What the file keeps of another book is a constant. A formula that needs more, such as the address of a
+/// cell, keeps its stored result as a whole.
+void Compiler::external(const std::string& written, Mode mode)
+{
+    code_.remarks.push_back({CodeRemark::Why::External, written});
+    std::optional<Value> value;
+    if (!mode.addressOnly) value = scope_.externalValue(written, context_.nameDepth > 0);
+    if (value && value->isArray() && mode.want == Want::Scalar && !mode.array) {
+        const bool one = value->rows() == 1 && value->cols() == 1;
+        value =
+            one ? std::optional(value->at(0, 0)) : std::nullopt; // which cell depends on the formula's own
+    }
+    code_.keepsStored = code_.keepsStored || !value;
+    constant(value ? std::move(*value) : Value(Failure::Ref));
 }
 
 /// After something that may have left a reference on top.
@@ -262,11 +274,13 @@ void Compiler::references(const Tree& tree, const Node& n, Mode mode)
         if (const auto p = spanned(tree, n)) return place(*p, mode);
         code_.isDynamic = true; // which cells lie between is known only when both ends are
     }
-    Mode ends = mode.range();
-    ends.addressOnly = mode.addressOnly;
-    node(tree, tree.child(n, 0), ends);
+    const auto end = [&](std::uint32_t i) {
+        const Node& child = tree.child(n, i);
+        node(tree, child, {Want::Range, mode.array, mode.addressOnly || child.kind == NodeKind::External});
+    };
+    end(0);
     for (std::uint32_t i = 1; i < n.childCount; ++i) {
-        node(tree, tree.child(n, i), ends);
+        end(i);
         emit(n.kind == NodeKind::RangeOperator ? Op::MakeRange
              : n.kind == NodeKind::Union       ? Op::MakeUnion
                                                : Op::MakeIntersection);
@@ -432,7 +446,8 @@ void Compiler::sumRange(const Tree& tree, const Node& n, Mode mode)
     const auto tested = plainPlace(tree, tree.child(n, 0)), summed = plainPlace(tree, written);
     const auto p = tested && summed ? sized(*summed, *tested) : std::nullopt;
     if (p) return place(*p, mode.range());
-    code_.isDynamic = code_.isDynamic || written.kind != NodeKind::Array; // which cells is known only then
+    const bool fixed = written.kind == NodeKind::Array || written.kind == NodeKind::External;
+    code_.isDynamic = code_.isDynamic || !fixed; // which cells is known only then
     node(tree, written, mode.range());
 }
 

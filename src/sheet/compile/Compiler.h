@@ -9,6 +9,7 @@
 #include "sheet/formula/Tree.h"
 #include "sheet/value/Environment.h"
 #include "sheet/value/Table.h"
+#include "sheet/value/Value.h"
 
 namespace varnex3::sheet {
 
@@ -23,6 +24,12 @@ public:
     /// The table of that name, and the one that a cell belongs to; null for none.
     virtual const Table* table(std::string_view name) const = 0;
     virtual const Table* tableAt(const CellAddress& cell) const = 0;
+    /// The value of a cell or the array of an area of another book, by the reference as it is written;
+    /// nothing when it is not known. `fixed`: of an absolute reference only.
+    virtual std::optional<Value> externalValue(std::string_view /*reference*/, bool /*fixed*/) const
+    {
+        return std::nullopt;
+    }
     /// For constants worked out while compiling.
     virtual Environment& environment() const = 0;
 };

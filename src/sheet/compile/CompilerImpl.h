@@ -90,6 +90,7 @@ private:
     void reference(const Tree& tree, const Node& n, Mode mode);
     void name(const Tree& tree, const Node& n, Mode mode);
     void structured(const Tree& tree, const Node& n, Mode mode);
+    void external(const std::string& written, Mode mode);
     void unary(const Tree& tree, const Node& n, Mode mode);
     void binary(const Tree& tree, const Node& n, Mode mode);
     void operation(Operator op, bool final);

@@ -656,6 +656,8 @@ private:
         } else if (peek() == '#') {
             const auto failure = scanFailure();
             return failure ? addFailure(*failure) : kNone;
+        } else if (peek() == '\'') { // an item of another program
+            if (!scanQuoted('\'')) return kNone;
         } else {
             const std::size_t end = nameEnd(text_, at_);
             if (end == at_) return fail("A reference is expected behind the sheet name");

@@ -47,7 +47,8 @@ struct Inspection {
     std::vector<CellRemark> circular;         // cells of circular references, with the path
     std::vector<CellRemark> volatiles;        // change at every recalculation
     std::vector<std::string> links;    // other books that the file refers to, as it numbers them from 1
-    std::vector<CellRemark> externals; // cells that use them, which keep their stored values: the reference
+    std::vector<CellRemark> externals; // cells that use them: the reference
+    std::vector<CellRemark> keeping;   // those of them whose stored results are kept as a whole
     std::vector<std::pair<std::string, std::string>> notices; // from the reader: where, what
 };
 

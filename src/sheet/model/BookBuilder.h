@@ -3,6 +3,7 @@
 // The model implements it; readers know nothing else of the model.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -72,6 +73,11 @@ public:
     virtual void dateCell(const CellAddress& cell) = 0;
     /// Another book that formulas refer to: a path or address. Told in the order in which they number them.
     virtual void externalLink(std::string /*target*/) {}
+    /// What the file keeps of another book, the `link`-th from 0, told before or after the link itself: a
+    /// sheet, then its cells; and names with what they refer to.
+    virtual void externalSheet(std::size_t /*link*/, std::string /*name*/) {}
+    virtual void externalCell(std::int32_t /*row*/, std::int32_t /*col*/, Value /*value*/) {}
+    virtual void externalName(std::size_t /*link*/, std::string /*name*/, std::string /*formula*/) {}
     /// Something that the file holds and the engine does not evaluate, for the list that the user sees.
     virtual void notice(std::string where, std::string what) = 0;
 };

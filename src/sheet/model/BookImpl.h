@@ -28,6 +28,19 @@ struct DefinedName {
     bool changed = false;       // since loading
 };
 
+/// A sheet of another book as far as the file keeps it.
+struct ExternalSheet {
+    std::size_t link;
+    std::string name;
+    std::int32_t rows = 0, cols = 0; // up to the last cell that is known
+    std::unordered_map<std::uint64_t, Value> cells;
+};
+
+struct ExternalName {
+    std::size_t link;
+    std::string name, formula;
+};
+
 struct Book::Impl final : Environment, BookBuilder, Scope {
     Impl() : evaluator(store, *this), recalculation(store, formulas, evaluator) {}
 
@@ -76,6 +89,9 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     void dataTable(const Area& area, const DataTable& table, Value stored) override;
     void dateCell(const CellAddress& cell) override { store.setDate(makeCell(cell)); }
     void externalLink(std::string target) override { links.push_back(std::move(target)); }
+    void externalSheet(std::size_t link, std::string name) override;
+    void externalCell(std::int32_t row, std::int32_t col, Value value) override;
+    void externalName(std::size_t link, std::string name, std::string formula) override;
     void notice(std::string where, std::string what) override
     {
         notices.emplace_back(std::move(where), std::move(what));
@@ -86,6 +102,7 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     const Tree* definedName(std::string_view name, SheetIndex sheet) const override;
     const Table* table(std::string_view name) const override;
     const Table* tableAt(const CellAddress& cell) const override;
+    std::optional<Value> externalValue(std::string_view reference, bool fixed) const override;
     Environment& environment() const override { return const_cast<Impl&>(*this); }
 
     // Edits
@@ -110,6 +127,8 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     void settleNames();
     void storeLoaded(FormulaId f, Slot slot, Value stored);
     std::optional<Area> areaOf(const Tree& tree, SheetIndex sheet, int depth) const;
+    std::optional<Value> externalArea(std::size_t link, std::string_view sheet, const Node& reference,
+                                      bool fixed) const;
     void stampTime();
 
     // Inspection
@@ -133,9 +152,15 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     std::vector<Area> filters;                              // whose hidden rows are filtered out
     std::vector<std::vector<std::int32_t>> hiddenRows;      // by sheet, ascending
     std::unordered_map<std::uint64_t, CodeId> sharedGroups; // sheet and group, while loading
-    std::unordered_map<Slot, Value> storedResults;          // of array blocks' further cells
-    std::vector<Value> stored;                              // by formula
-    std::vector<std::string> links;                         // other books that the file refers to
+    std::unordered_map<std::uint64_t, std::pair<CellAddress, std::string>>
+        externalGroups;                            // those that refer to other books: first cell and formula
+    std::unordered_map<Slot, Value> storedResults; // of array blocks' further cells
+    std::vector<Value> stored;                     // by formula
+    std::vector<std::string> links;                // other books that the file refers to
+    std::vector<ExternalSheet> externalSheets;     // what the file keeps of them
+    std::vector<ExternalName> externalNames;
+    mutable std::unordered_map<std::string, Value>
+        externalAreas; // arrays made so far, by link, sheet and area
     std::vector<std::pair<std::string, std::string>> notices;
     CalculationSettings calculation;
     std::function<double()> uniform;

@@ -54,6 +54,7 @@ void Book::Impl::putFormula(FormulaId f)
     if (!formulas.isCompiled(code)) formulas.compile(code, *this);
     if (stored.size() <= f) stored.resize(f + std::size_t{1});
     stored[f] = Value();
+    if (formulas.code(f).keepsStored) store.value(formulas.cell(f).slot) = Failure::Ref; // there is none
     markEdited(f);
     recalculation.formulaChanged(f);
 }

@@ -50,6 +50,8 @@ void Book::Impl::inspectFormula(FormulaId f, Inspection& found)
                      : remark.why == CodeRemark::Why::External      ? found.externals
                                                                     : found.unsupported;
         list.push_back({at, remark.text});
+        if (remark.why == CodeRemark::Why::External && code.keepsStored)
+            found.keeping.push_back({at, remark.text});
     }
     if (code.isVolatile) found.volatiles.push_back({at, formulas.text(f, at)});
     const auto circle = recalculation.circular().find(f);

@@ -1,6 +1,7 @@
 // sheet/model/Loading.cpp - the book as a file reader fills it.
 #include "sheet/formula/Parser.h"
 #include "sheet/model/BookImpl.h"
+#include "sheet/model/Externals.h"
 
 namespace varnex3::sheet {
 namespace {
@@ -93,6 +94,7 @@ void Book::Impl::sharedMaster(const CellAddress& cell, std::uint32_t group, std:
 {
     const CodeId code = formulas.intern(text, cell, false, *this);
     sharedGroups[groupKey(cell.sheet, group)] = code;
+    if (refersToOtherBooks(text, cell)) externalGroups[groupKey(cell.sheet, group)] = {cell, std::string(text)};
     const Slot slot = makeCell(cell);
     storeLoaded(formulas.add(slot, code), slot, std::move(value));
 }
@@ -104,6 +106,8 @@ void Book::Impl::sharedFollower(const CellAddress& cell, std::uint32_t group, Va
         notices.emplace_back(cellText(cell), "shared formula without its first cell; keeps its stored value");
         return constant(cell, std::move(value));
     }
+    if (const auto known = externalGroups.find(groupKey(cell.sheet, group)); known != externalGroups.end())
+        return formula(cell, movedFormula(known->second.second, known->second.first, cell), std::move(value));
     const Slot slot = makeCell(cell);
     storeLoaded(formulas.add(slot, master->second), slot, std::move(value));
 }
@@ -142,6 +146,7 @@ void Book::Impl::finishLoading()
     namesStale = false;
     loadedSheets = store.sheetCount();
     sharedGroups.clear();
+    externalGroups.clear();
     closeAreas();
     for (FormulaId f = 0; f < formulas.size(); ++f)
         if (formulas.isAlive(f) && formulas.spills(f) && formulas.isBlock(f)) recalculation.checkSpill(f);

@@ -392,6 +392,15 @@ std::string referenceText(std::string_view text, std::vector<std::string>& books
     return found ? *found : std::string(text);
 }
 
+std::optional<CopiedSheet> copiedSheet(std::string_view tableName)
+{
+    std::size_t at = 0;
+    const auto corner =
+        tableName.starts_with('\'') ? takeCorner(std::string(tableName) + ".A1", at) : std::nullopt;
+    if (!corner || corner->book.empty()) return std::nullopt;
+    return CopiedSheet{corner->book, corner->sheet};
+}
+
 Base baseOf(std::string_view address)
 {
     std::size_t at = 0;

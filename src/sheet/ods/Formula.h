@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,6 +24,12 @@ std::string formulaText(std::string_view text, std::vector<std::string>& books, 
 
 /// A cell or area as names give it, without brackets: "$Sheet1.$A$1:.$B$3".
 std::string referenceText(std::string_view text, std::vector<std::string>& books, Base base = {});
+
+/// The sheet of another book whose copy a table with such a name is: "'file:///prices.ods'#Sheet1".
+struct CopiedSheet {
+    std::string book, sheet;
+};
+std::optional<CopiedSheet> copiedSheet(std::string_view tableName);
 
 /// Row and column of an address such as "$Sheet1.$B$3"; A1 for any other text.
 Base baseOf(std::string_view address);

@@ -311,8 +311,8 @@ private:
     Node openTable(const Tag& tag)
     {
         const std::string name(orEmpty(tag.attribute(kTable, "name")));
-        if (name.starts_with("'file:") || name.starts_with("'http"))
-            return Node::LeftOut; // copies of other books
+        copied_ = false;
+        if (const auto copy = copiedSheet(name)) return openCopy(*copy);
         if (name.empty()) throw XmlProblem{"a sheet has no name"};
         if (sheetCount_ == kMaxSheets) throw XmlProblem{"the spreadsheet has more than 65535 sheets"};
         tellSettings();
@@ -320,6 +320,20 @@ private:
         ++sheetCount_;
         sheetName_ = name;
         inTable_ = true;
+        row_ = 0;
+        covered_.clear();
+        firstFiltered_ = kMaxRows;
+        return Node::Table;
+    }
+
+    /// What the file keeps of another book.
+    Node openCopy(const CopiedSheet& copy)
+    {
+        auto book = std::find(books_.begin(), books_.end(), copy.book);
+        if (book == books_.end()) book = books_.insert(book, copy.book);
+        builder_.externalSheet(static_cast<std::size_t>(book - books_.begin()), copy.sheet);
+        copied_ = inTable_ = true;
+        sheetName_ = copy.sheet;
         row_ = 0;
         covered_.clear();
         firstFiltered_ = kMaxRows;
@@ -341,7 +355,7 @@ private:
             nextColumn_ = 0;
             return Node::Row;
         }
-        if (tag.name == "named-expressions") return Node::Names;
+        if (tag.name == "named-expressions") return copied_ ? Node::LeftOut : Node::Names;
         const bool group =
             tag.name == "table-rows" || tag.name == "table-header-rows" || tag.name == "table-row-group";
         return group ? Node::Group : Node::LeftOut;
@@ -364,6 +378,7 @@ private:
 
     void tellVisibility()
     {
+        if (copied_) return;
         if (visibility_ == "collapse" || visibility_ == "filter") builder_.hiddenRow(sheet_, row_);
         if (visibility_ != "filter") return;
         firstFiltered_ = std::min(firstFiltered_, row_);
@@ -489,6 +504,10 @@ private:
     void tell(const Cell& cell, std::int32_t col)
     {
         countCells(1);
+        if (copied_) {
+            if (!cell.value.isEmpty()) builder_.externalCell(row_, col, cell.value);
+            return;
+        }
         const CellAddress at{sheet_, row_, col};
         if (cell.formula.empty()) {
             if (isCovered(col))
@@ -536,6 +555,7 @@ private:
     SheetIndex sheet_ = 0;
     std::string sheetName_;
     bool inTable_ = false;
+    bool copied_ = false; // it is a sheet of another book
     std::int32_t row_ = 0;
     std::uint32_t repeated_ = 1;
     std::string visibility_;

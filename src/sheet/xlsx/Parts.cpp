@@ -277,15 +277,4 @@ std::vector<Value> readSharedStrings(Package& package, const std::string& part)
     return std::move(handler.texts);
 }
 
-void tellExternalLinks(Package& package, const std::vector<std::string>& parts, BookBuilder& builder)
-{
-    for (const std::string& part : parts) {
-        std::string path = "(no path given)";
-        if (!part.empty())
-            for (const Relationship& r : package.relationships(part))
-                if (r.external) path = r.target;
-        builder.externalLink(std::move(path));
-    }
-}
-
 } // namespace varnex3::sheet::xlsx

@@ -70,7 +70,4 @@ private:
 /// The shared texts in order.
 std::vector<Value> readSharedStrings(Package& package, const std::string& part);
 
-/// Tells what each link leads to, in the order in which formulas number them.
-void tellExternalLinks(Package& package, const std::vector<std::string>& parts, BookBuilder& builder);
-
 } // namespace varnex3::sheet::xlsx

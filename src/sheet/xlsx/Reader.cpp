@@ -8,6 +8,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "sheet/xlsx/ExternalLinks.h"
 #include "sheet/xlsx/Package.h"
 #include "sheet/xlsx/Parts.h"
 #include "sheet/xlsx/SheetPart.h"
@@ -153,7 +154,7 @@ private:
             const Relationship* link = findById(id);
             links.push_back(link ? link->target : std::string());
         }
-        xlsx::tellExternalLinks(package_, links, builder_);
+        xlsx::tellExternalLinks(package_, links, builder_, notices_, workbook_.settings.dates);
         if (!partOfType(relationships_, "vbaProject").empty())
             notices_.tell("macros", "workbook", "macros are kept, not run");
     }

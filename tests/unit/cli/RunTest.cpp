@@ -167,6 +167,25 @@ TEST_F(Run, ChecksTheExamples)
     }
 }
 
+TEST_F(Run, ListsLinksAndWhatKeepsItsStoredResult)
+{
+    folder.copy(CORVANE_TEST_DATA "/workbooks/links.xlsx", "links.xlsx");
+    const Outcome outcome = folder.run({"check", "links.xlsx", "--json", "links.json"});
+    EXPECT_EQ(outcome.code, 1); // links are no ground to stand on
+    EXPECT_THAT(outcome.out, HasSubstr("8 of 8 stored results agree"));
+    EXPECT_THAT(outcome.out, HasSubstr("  prices.xlsx\n    Main!B1\n"));
+    EXPECT_THAT(outcome.out, HasSubstr("    Main!C3  keeps its stored result\n"));
+    const json links = document("links.json")["externalLinks"];
+    ASSERT_EQ(links.size(), 2U);
+    EXPECT_EQ(links[0]["target"], "prices.xlsx");
+    EXPECT_EQ(links[0]["cells"].size(), 10U);
+    EXPECT_EQ(links[0]["keepStoredResults"], json({"Main!C3", "Main!D2"}));
+    EXPECT_EQ(links[1]["target"], "bank|rates");
+    EXPECT_EQ(links[1]["cells"], json({"Main!D3"}));
+    EXPECT_EQ(folder.run({"calc", "links.xlsx", "--set", "A1=6", "--get", "C1", "--get", "D3"}).out,
+              "C1 = 24\nD3 = 33\n");
+}
+
 TEST_F(Run, ListsFunctionsAsTheDocumentationDoes)
 {
     EXPECT_THAT(folder.run({"functions", "vlookup"}).out, HasSubstr("VLOOKUP"));

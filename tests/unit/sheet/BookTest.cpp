@@ -128,5 +128,59 @@ TEST(Book, InspectionComparesAndLists)
     EXPECT_THROW(book.setValue(at("D2"), 1.0), BookError); // inside an array formula
 }
 
+// What a file keeps of another book stands in for it; what it does not keep leaves the stored result.
+TEST(Book, CalculatesWithKeptValuesOfOtherBooks)
+{
+    struct Case {
+        const char *cell, *formula;
+        double stored;
+        const char* want; // when A1 is 2 and the stored results were those for 1
+    };
+    const Case cases[] = {
+        {"B1", "[1]Prices!B2*A1", 5, "10"},
+        {"B2", "SUM('[1]Prices'!$B$1:B9)*A1", 12, "24"}, // texts of areas are no numbers
+        {"B3", "VLOOKUP(\"nut\",[1]prices!A:B,2,FALSE)*A1", 7, "14"},
+        {"B4", "'home/[p.xlsx]Prices'!B3*A1", 7, "14"}, // by its path
+        {"B5", "SUM([1]!all)*A1", 12, "24"},
+        {"B6", "[1]Prices!Z99+A1", 1, "2"},     // kept sheets have empty cells
+        {"B7", "[1]Gone!A1*A1", 8, "8"},        // nothing is known of the sheet
+        {"B8", "ROW([1]Prices!B2)*A1", 2, "2"}, // the address is wanted
+        {"B9", "[1]Prices!B1:B9*A1", 3, "3"},   // which cell depends on the formula's own
+        {"B10", "[3]Prices!B2*A1", 3, "3"},     // no such link
+        {"B11", "fixed*A1", 7, "14"},           // through a name
+        {"B12", "relative*A1", 9, "9"},         // seen from elsewhere it means another cell
+        {"B13", "SUM([1]Prices!B2:[1]Prices!B3)*A1", 4, "4"},
+    };
+    Book book;
+    BookBuilder& builder = book.builder();
+    builder.addSheet("S");
+    builder.externalLink("home/p.xlsx");
+    builder.externalName(0, "ALL", "=Prices!$B$2:$B$3");
+    builder.externalSheet(0, "Prices");
+    for (const auto& [row, price] : {std::pair(1, 5.0), std::pair(2, 7.0)}) {
+        builder.externalCell(row, 0, Value(row == 1 ? "bolt" : "nut"));
+        builder.externalCell(row, 1, price);
+    }
+    builder.externalCell(4, 1, Value("8"));
+    builder.defineName("fixed", std::nullopt, "[1]Prices!$B$3");
+    builder.defineName("relative", std::nullopt, "[1]Prices!B3");
+    builder.constant(at("A1"), 1.0);
+    for (const Case& c : cases) builder.formula(at(c.cell), c.formula, c.stored);
+    builder.sharedMaster(at("C2"), 0, "[1]Prices!B2*2+$A$1", 11.0);
+    builder.sharedFollower(at("C3"), 0, 15.0);
+    book.finishLoading();
+    EXPECT_TRUE(book.inspect().different.empty());
+    book.setValue(at("A1"), 2.0);
+    book.calculate();
+    for (const Case& c : cases) EXPECT_EQ(shown(book.value(at(c.cell))), c.want) << c.formula;
+    EXPECT_EQ(shown(book.value(at("C3"))), "16");
+    EXPECT_EQ(book.content(at("C3")), "=[1]Prices!B3*2+$A$1"); // moves with its cell
+    book.setContent(at("A3"), "=[1]Gone!A1");                  // nothing is stored for it
+    EXPECT_EQ(shown(book.value(at("A3"))), "#REF!");
+    const Inspection found = book.inspect();
+    EXPECT_EQ(found.externals.size(), 17U);
+    EXPECT_EQ(found.keeping.size(), 8U);
+}
+
 } // namespace
 } // namespace varnex3::sheet

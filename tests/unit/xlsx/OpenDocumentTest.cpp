@@ -66,22 +66,23 @@ TEST(OpenFormula, BecomesTheEnginesNotation)
 TEST(OpenDocument, ReadsCellsOfEveryType)
 {
     EXPECT_THAT(
-        cellsOf(row(R"(<t:table-cell o:value-type="float" o:value="1.5"><x:p>1.50</x:p></t:table-cell>)"
-                    R"(<t:table-cell o:value-type="percentage" o:value="0.25"/>)"
-                    R"(<t:table-cell o:value-type="boolean" o:boolean-value="true"/>)"
-                    R"(<t:table-cell o:value-type="date" o:date-value="2024-02-29T12:00:00"/>)"
-                    R"(<t:table-cell o:value-type="date" o:date-value="1900-01-15"/>)"
-                    R"(<t:table-cell o:value-type="time" o:time-value="PT30H15M00S"/>)") +
-                row(R"(<t:table-cell o:value-type="string"><x:p>a<x:s x:c="2"/>b<x:span>c</x:span></x:p><x:p>d</x:p>)"
-                    R"(<o:annotation><x:p>a note</x:p></o:annotation></t:table-cell>)"
-                    R"(<t:covered-table-cell o:value-type="string" o:string-value="under"/>)"
-                    R"(<t:table-cell t:formula="of:=1/0" o:value-type="string" c:value-type="error"><x:p>#DIV/0!</x:p></t:table-cell>)"
-                    R"(<t:table-cell t:formula="of:=NONE" o:value-type="string" c:value-type="error"><x:p>Err:502</x:p></t:table-cell>)"
-                    R"(<t:table-cell t:formula="of:=1=1" o:value-type="float" o:value="1"><x:p>TRUE</x:p></t:table-cell>)")),
+        cellsOf(
+            row(R"(<t:table-cell o:value-type="float" o:value="1.5"><x:p>1.50</x:p></t:table-cell>)"
+                R"(<t:table-cell o:value-type="percentage" o:value="0.25"/>)"
+                R"(<t:table-cell o:value-type="boolean" o:boolean-value="true"/>)"
+                R"(<t:table-cell o:value-type="date" o:date-value="2024-02-29T12:00:00"/>)"
+                R"(<t:table-cell o:value-type="date" o:date-value="1900-01-15"/>)"
+                R"(<t:table-cell o:value-type="time" o:time-value="PT30H15M00S"/>)") +
+            row(R"(<t:table-cell o:value-type="string"><x:p>a<x:s x:c="2"/>b<x:span>c</x:span></x:p><x:p>d</x:p>)"
+                R"(<o:annotation><x:p>a note</x:p></o:annotation></t:table-cell>)"
+                R"(<t:covered-table-cell o:value-type="string" o:string-value="under"/>)"
+                R"(<t:table-cell t:formula="of:=1/0" o:value-type="string" c:value-type="error"><x:p>#DIV/0!</x:p></t:table-cell>)"
+                R"(<t:table-cell t:formula="of:=NONE" o:value-type="string" c:value-type="error"><x:p>Err:502</x:p></t:table-cell>)"
+                R"(<t:table-cell t:formula="of:=1=1" o:value-type="float" o:value="1"><x:p>TRUE</x:p></t:table-cell>)")),
         // 1900-01-15 is day 16 where 30 December 1899 is day 0.
-        ElementsAre("A1 = 1.5", "B1 = 0.25", "C1 = TRUE", "D1 = 45351.5", "D1 is a date", "E1 = 16", "E1 is a date",
-                    "F1 = 1.2604166666666667", "F1 is a date", "A2 = 'a  bc\nd'", "B2 = 'under'",
-                    "C2 : 1/0 -> #DIV/0!", "D2 : NONE -> nothing", "E2 : 1=1 -> TRUE"));
+        ElementsAre("A1 = 1.5", "B1 = 0.25", "C1 = TRUE", "D1 = 45351.5", "D1 is a date", "E1 = 16",
+                    "E1 is a date", "F1 = 1.2604166666666667", "F1 is a date", "A2 = 'a  bc\nd'",
+                    "B2 = 'under'", "C2 : 1/0 -> #DIV/0!", "D2 : NONE -> nothing", "E2 : 1=1 -> TRUE"));
 }
 
 TEST(OpenDocument, RowsAndColumnsRepeat)
@@ -112,7 +113,8 @@ TEST(OpenDocument, ReadsSettingsAndNames)
                     R"(<t:table-cell t:formula="of:=['file:///p.ods'#$A.B1]" o:value-type="float" o:value="3"/>)") +
                 R"(<t:named-expressions><t:named-range t:name="own" t:cell-range-address="$Data.$A$1" )"
                 R"(t:base-cell-address="$Data.$A$1"/></t:named-expressions>)") +
-            R"(<t:table t:name="'file:///p.ods'#A"><t:table-row/></t:table>)"
+            R"(<t:table t:name="'file:///p.ods'#A"><t:table-row t:number-rows-repeated="2"><t:table-cell/>)"
+            R"(<t:table-cell o:value-type="float" o:value="3"/></t:table-row></t:table>)"
             R"(<t:named-expressions><t:named-expression t:name="left" t:expression="[.A1]*2" )"
             R"(t:base-cell-address="$Data.$B$1"/></t:named-expressions><t:data-pilot-tables/>)"));
     EXPECT_TRUE(found.told.iterate);
@@ -123,7 +125,7 @@ TEST(OpenDocument, ReadsSettingsAndNames)
     EXPECT_THAT(found.cells, ElementsAre("A1 = 1", "A1 is a date", "B1 : 'file:///[p.ods]A'!B1 -> 3"));
     EXPECT_THAT(found.names, ElementsAre("0!own = Data!$A$1", "left = XFD1*2"));
     EXPECT_THAT(found.notices,
-                ElementsAre(HasSubstr("pivot table"), "link to file:///p.ods"));
+                ElementsAre("kept 0 A B1 = 3 B2 = 3", HasSubstr("pivot table"), "link to file:///p.ods"));
 }
 
 TEST(OpenDocument, DamageAndExcessAreRefused)

@@ -132,6 +132,18 @@ void Recorder::arrayResult(const CellAddress& cell, Value stored)
 }
 void Recorder::dateCell(const CellAddress& cell) { cells.push_back(at(cell) + " is a date"); }
 void Recorder::externalLink(std::string target) { notices.push_back("link to " + target); }
+void Recorder::externalSheet(std::size_t link, std::string name)
+{
+    notices.push_back("kept " + std::to_string(link) + " " + name);
+}
+void Recorder::externalCell(std::int32_t row, std::int32_t col, Value value)
+{
+    notices.back() += " " + a1Text(CellAddress{0, row, col}) + " = " + shown(value);
+}
+void Recorder::externalName(std::size_t link, std::string name, std::string formula)
+{
+    notices.push_back("kept " + std::to_string(link) + " " + name + formula);
+}
 void Recorder::notice(std::string where, std::string what) { notices.push_back(where + ": " + what); }
 
 Recorder recordedAs(const std::string& name, const std::string& bytes, const ReadLimits& limits)

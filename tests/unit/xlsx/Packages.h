@@ -36,6 +36,9 @@ public:
     void arrayResult(const CellAddress& cell, Value stored) override;
     void dateCell(const CellAddress& cell) override;
     void externalLink(std::string target) override;
+    void externalSheet(std::size_t link, std::string name) override;
+    void externalCell(std::int32_t row, std::int32_t col, Value value) override;
+    void externalName(std::size_t link, std::string name, std::string formula) override;
     void notice(std::string where, std::string what) override;
 
     std::vector<std::string> cells; // calls that concern cells

@@ -173,6 +173,18 @@ TEST(Reader, KeepsTabOrderNamesAndSettings)
                             HasSubstr("sheet \"T&wo\": a pivot table")));
 }
 
+TEST(Reader, TellsWhatTheFileKeepsOfOtherBooks)
+{
+    Recorder links;
+    readWorkbook(CORVANE_TEST_DATA "/workbooks/links.xlsx", links);
+    EXPECT_THAT(links.notices,
+                ElementsAre("kept 0 Prices='Prices'!$B$2:$B$4",
+                            "kept 0 Prices A1 = 'item' B1 = 'price' A2 = 'bolt' B2 = 2.5 A3 = 'nut' B3 = 4 "
+                            "A4 = 'pin' B4 = 7",
+                            "link to prices.xlsx", HasSubstr("link bank|rates: values from other programs"),
+                            "link to bank|rates"));
+}
+
 struct LayoutRecorder final : Recorder {
     void table(Table t) override
     {
