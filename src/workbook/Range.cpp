@@ -24,13 +24,10 @@ std::int64_t cellCount(const sheet::Area& area)
 
 } // namespace
 
-sheet::Slot EmbeddedRange::slot()
+sheet::Slot EmbeddedRange::findSlot()
 {
-    const std::uint32_t generation = workbook_->book().generation();
-    if (slot_ == sheet::kNoSlot || generation_ != generation) {
-        slot_ = asked([&] { return workbook_->book().slot(address(area_.row0, area_.col0)); });
-        generation_ = generation;
-    }
+    slot_ = asked([&] { return workbook_->book().slot(address(area_.row0, area_.col0)); });
+    generation_ = workbook_->book().generation();
     return slot_;
 }
 
@@ -63,8 +60,13 @@ void EmbeddedRange::Value(const Variant& value)
     if (const double* x = value.asNumber(); x && isCell_ && std::isfinite(*x)) {
         workbook_->book().write(slot(), *x);
         workbook_->touched();
-        return;
+    } else {
+        setValue(value);
     }
+}
+
+void EmbeddedRange::setValue(const Variant& value)
+{
     if (EmbeddedRange* other = embeddedRange(value)) {
         Value(other->Value());
         return;

@@ -38,9 +38,15 @@ public:
     const EmbeddedWorkbook& workbook() const { return *workbook_; }
     bool isCell() const { return isCell_; }
     /// The cell in the engine's store; of a single cell.
-    sheet::Slot slot();
+    sheet::Slot slot()
+    {
+        const bool known = slot_ != sheet::kNoSlot && generation_ == workbook_->book().generation();
+        return known ? slot_ : findSlot();
+    }
 
 private:
+    sheet::Slot findSlot();
+    void setValue(const Variant& value);
     sheet::CellAddress address(std::int32_t row, std::int32_t col) const;
     Variant areaValue();
     void putArray(Long rows, Long cols, const std::function<Variant(Long, Long)>& item);

@@ -7,7 +7,6 @@
 #include <bit>
 #include <cstdint>
 #include <unordered_map>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -94,10 +93,7 @@ class TypedPool {
 public:
     explicit TypedPool(Store& store) : store_(store) {}
     Slot constant(double x);
-    /// The slot of temporary i; those after it up to kMostRepeats belong to it as well.
     Slot temporary(std::uint32_t i);
-    bool isTemporary(Slot slot) const { return temporarySlots_.contains(slot); }
-    static constexpr std::uint32_t kMostRepeats = Store::kTileRows;
 
 private:
     Slot take();
@@ -105,7 +101,6 @@ private:
     Store& store_;
     std::unordered_map<std::uint64_t, Slot> constants_;
     std::vector<Slot> temporaries_;
-    std::unordered_set<Slot> temporarySlots_;
     Slot next_ = 0, end_ = 0;
 };
 
@@ -115,13 +110,5 @@ private:
 bool appendTyped(const TypedTemplate& typed, const Code& code, const CellAddress& here, Slot result,
                  Store& store, TypedPool& pool, TypedProgram& program,
                  std::vector<std::pair<Slot, Kind>>& operands);
-
-/// The instructions of formulas that do not read one another: formula i has those from starts[i] on.
-/// Neighbours with the same operations on evenly spaced operands become one Repeat, so that an instruction is
-/// looked at once for many formulas.
-/// @param groups  formulas with different numbers are never joined
-/// @param starts  changed to the new positions; formulas of one Repeat share a position
-void joinRepeats(TypedProgram& program, std::vector<std::uint32_t>& starts,
-                 const std::vector<std::uint64_t>& groups, const TypedPool& pool);
 
 } // namespace varnex3::sheet

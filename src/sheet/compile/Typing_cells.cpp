@@ -345,12 +345,7 @@ Slot TypedPool::constant(double x)
 
 Slot TypedPool::temporary(std::uint32_t i)
 {
-    while (temporaries_.size() <= i) {
-        const Slot first = store_.makeScratch(kMostRepeats);
-        for (Slot s = first; s < first + kMostRepeats; ++s) store_.value(s) = Value(0.0);
-        temporaries_.push_back(first);
-        temporarySlots_.insert(first);
-    }
+    while (temporaries_.size() <= i) temporaries_.push_back(take());
     return temporaries_[i];
 }
 

@@ -1,47 +1,25 @@
 // sheet/exec/BlockKernel.cpp - the interpreter of block code, for the processor's vector width.
 #include "sheet/exec/BlockKernel.h"
 
-#include <algorithm>
 #include <bit>
 #include <cmath>
-#include <limits>
 
-#include "sheet/exec/Operators.h"
+#include "sheet/exec/Lanes.h"
 
 namespace varnex3::sheet {
 namespace {
 
 constexpr std::size_t kAlignment = 64; // bytes; of a cache line and of the widest vectors
 constexpr std::uint64_t kAll = ~std::uint64_t{0};
-constexpr double kLargest = std::numeric_limits<double>::max();
-constexpr double kNoNumber = std::numeric_limits<double>::quiet_NaN();
+
+using lanes::isFinite;
+using lanes::kNoNumber;
 
 // All that follows is compiled into runPortable and again into runWide, for its instructions.
 
 [[gnu::always_inline]] inline double* aligned(double* p)
 {
     return static_cast<double*>(__builtin_assume_aligned(p, kAlignment));
-}
-
-[[gnu::always_inline]] inline bool isFinite(double x) { return std::fabs(x) <= kLargest; }
-
-/// A comparison by `plain`, and by `careful` where two numbers are as good as equal.
-template <class Plain, class Careful>
-[[gnu::always_inline]] inline void compareLanes(double* __restrict d, const double* a, const double* b,
-                                                Plain plain, Careful careful)
-{
-    constexpr double kClose = 0x1p-40; // compareNumbers looks closer from here on
-    std::uint64_t close = 0;
-    for (std::size_t l = 0; l < kLanes; ++l) {
-        const double apart = std::fabs(a[l] - b[l]);
-        const bool near = apart <= std::fabs(a[l]) * kClose && isFinite(apart) && apart > 0.0;
-        close |= near ? 1U : 0U;
-        const double holds = plain(a[l], b[l]) ? 1.0 : 0.0;
-        d[l] = isFinite(a[l]) && isFinite(b[l]) ? holds : kNoNumber;
-    }
-    if (close == 0) return;
-    for (std::size_t l = 0; l < kLanes; ++l)
-        if (isFinite(a[l]) && isFinite(b[l])) d[l] = careful(compareNumbers(a[l], b[l])) ? 1.0 : 0.0;
 }
 
 template <class F>
@@ -97,38 +75,6 @@ template <class F>
     return taken != 0;
 }
 
-/// Looks up all lanes; in a table that ascends by counting the keys that are not above, of those between the
-/// least and the greatest number sought.
-[[gnu::always_inline]] inline void findLanes(double* __restrict d, const double* x, const TypedTable& table)
-{
-    constexpr std::ptrdiff_t kMostKeys = 48;
-    constexpr double kClose = 0x1p-40; // as in compareLanes
-    double least = HUGE_VAL, most = -HUGE_VAL;
-    for (std::size_t l = 0; l < kLanes; ++l) {
-        least = x[l] < least ? x[l] : least;
-        most = x[l] > most ? x[l] : most;
-    }
-    const auto begin = table.keys.begin(), end = table.keys.end();
-    const auto first = std::upper_bound(begin, end, least), last = std::upper_bound(first, end, most);
-    bool plain = table.isClear && last - first <= kMostKeys;
-    if (plain) {
-        const auto before = static_cast<double>(first - begin);
-        for (std::size_t l = 0; l < kLanes; ++l) d[l] = before;
-        for (auto key = first; key != last; ++key)
-            for (std::size_t l = 0; l < kLanes; ++l) d[l] += *key <= x[l] ? 1.0 : 0.0;
-        std::uint64_t close = 0;
-        for (std::size_t l = 0; l < kLanes; ++l) {
-            const auto notAbove = static_cast<std::size_t>(d[l]);
-            const double apart = table.above[notAbove] - x[l];
-            close |= apart <= std::fabs(x[l]) * kClose ? 1U : 0U;
-            d[l] = isFinite(x[l]) ? table.results[notAbove] : kNoNumber;
-        }
-        plain = close == 0;
-    }
-    if (!plain)
-        for (std::size_t l = 0; l < kLanes; ++l) d[l] = isFinite(x[l]) ? table.find(x[l]) : kNoNumber;
-}
-
 [[gnu::always_inline]] inline bool any(const std::uint64_t* mask)
 {
     std::uint64_t all = 0;
@@ -167,30 +113,10 @@ template <class F>
             VARNEX3_PLAIN_OPERATIONS(VARNEX3_LANES)
 #undef VARNEX3_LANES
 
-        case BlockOp::Equal:
-            compareLanes(
-                d, pa, pb, [](double x, double y) { return x == y; }, [](int o) { return o == 0; });
-            break;
-        case BlockOp::NotEqual:
-            compareLanes(
-                d, pa, pb, [](double x, double y) { return x != y; }, [](int o) { return o != 0; });
-            break;
-        case BlockOp::Less:
-            compareLanes(
-                d, pa, pb, [](double x, double y) { return x < y; }, [](int o) { return o < 0; });
-            break;
-        case BlockOp::LessEqual:
-            compareLanes(
-                d, pa, pb, [](double x, double y) { return x <= y; }, [](int o) { return o <= 0; });
-            break;
-        case BlockOp::Greater:
-            compareLanes(
-                d, pa, pb, [](double x, double y) { return x > y; }, [](int o) { return o > 0; });
-            break;
-        case BlockOp::GreaterEqual:
-            compareLanes(
-                d, pa, pb, [](double x, double y) { return x >= y; }, [](int o) { return o >= 0; });
-            break;
+#define VARNEX3_LANES(name, operands, result)                                                                \
+    case BlockOp::name: lanes::compare(TypedOp::name, d, pa, pb, kLanes); break;
+            VARNEX3_COMPARISONS(VARNEX3_LANES)
+#undef VARNEX3_LANES
 
 #define VARNEX3_LANES(name, operands, result)                                                                \
     case BlockOp::name:                                                                                      \
@@ -202,7 +128,7 @@ template <class F>
             VARNEX3_GUARDED_OPERATIONS(VARNEX3_LANES)
 #undef VARNEX3_LANES
 
-        case BlockOp::Find: findLanes(d, pa, tables[in.b]); break;
+        case BlockOp::Find: lanes::find(d, pa, kLanes, tables[in.b]); break;
         case BlockOp::Pick:
             for (std::size_t l = 0; l < kLanes; ++l)
                 d[l] = isFinite(pa[l]) && isFinite(pb[l]) ? tables[in.c].pick(pa[l], pb[l]) : kNoNumber;

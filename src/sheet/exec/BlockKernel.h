@@ -1,8 +1,8 @@
 // sheet/exec/BlockKernel.h - instructions over registers that hold one number of each trial of a block.
 //
-// The operations are those of TypedProgram.h, done for kLanes trials at a time in plain loops, so that a
-// processor with wide registers does several trials in one step. Every lane gives the bits that the trial on
-// its own gives: additions keep their order, functions are called lane by lane.
+// The operations are those of TypedProgram.h, done for kLanes trials at a time, so that a processor with wide
+// registers does several trials in one step. Every lane gives the bits that the trial on its own gives:
+// additions keep their order, functions are called lane by lane.
 #pragma once
 
 #include <cstddef>
@@ -18,8 +18,7 @@ namespace varnex3::sheet {
 inline constexpr std::size_t kLanes = 64;
 inline constexpr std::size_t kDeepestIf = 64;
 
-/// What is no finite number stays none in every operation and reaches no function, so that it does no harm
-/// where an IF does not take it.
+/// The operations of Lanes.h on the lanes of registers.
 enum class BlockOp : std::uint8_t {
 #define VARNEX3_NAME(name, operands, result) name,
     VARNEX3_TYPED_OPERATIONS(VARNEX3_NAME)

@@ -131,7 +131,6 @@ bool BlockMaker::instruction(std::size_t i)
         branches_.pop_back();
     }
     switch (in.op) {
-    case TypedOp::Repeat: return false;
     case TypedOp::Try: return true;
     case TypedOp::Holds: holds(in); return true;
     case TypedOp::Stop:

@@ -19,7 +19,7 @@ namespace varnex3::sheet {
 
 class BlockProgram {
 public:
-    /// @param typed    the instructions of formulas in order, without Repeat
+    /// @param typed    the instructions of formulas in order
     /// @param inputs   cells that differ from trial to trial
     /// @param formulas what the Formula instructions of `typed` stand for
     /// @param outputs  cells wanted; each an input, a result of `typed`, or a cell that holds a number

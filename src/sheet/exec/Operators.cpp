@@ -44,6 +44,8 @@ Value elementwise(const Value& a, const Value& b, F&& f)
 
 } // namespace
 
+int compareCloseNumbers(double a, double b) { return compareValues(Value(a), Value(b)); }
+
 Value arithmetic(Operator op, double x, double y)
 {
     double r = 0.0;

@@ -20,13 +20,16 @@ inline double cancelled(double result, double left)
     return std::fabs(result) < std::fabs(left) * kRounding ? 0.0 : result;
 }
 
+/// Order of two numbers that may be alike to 15 digits.
+int compareCloseNumbers(double a, double b);
+
 /// Order of two numbers: those alike to 15 significant digits are equal. Negative, 0 or positive.
 inline int compareNumbers(double a, double b)
 {
     constexpr double kClearly = 0x1p-40; // farther apart than any two numbers alike to 15 digits
     if (a == b) return 0;
     if (std::fabs(a - b) > std::fabs(a) * kClearly) return a < b ? -1 : 1;
-    return compareValues(Value(a), Value(b));
+    return compareCloseNumbers(a, b);
 }
 
 inline bool holds(Operator comparison, int order)

@@ -5,8 +5,26 @@
 
 namespace varnex3::sheet {
 
+void Store::putAll() const
+{
+    const LateNumbers& late = *late_;
+    late_ = nullptr;
+    for (std::size_t i = late.done; i < late.ready; ++i)
+        values_[late.cells[i].slot].setNumber(late.numbers[late.cells[i].number]);
+}
+
+void Store::putOne(Slot slot) const
+{
+    const auto at = std::lower_bound(late_->bySlot.begin(), late_->bySlot.end(), LateNumbers::Cell{slot, 0});
+    if (at == late_->bySlot.end() || at->slot != slot) return;
+    const bool allWait = late_->done == 0 && late_->ready == late_->cells.size();
+    if (!allWait) return putAll();
+    values_[slot].setNumber(late_->numbers[at->number]);
+}
+
 void Store::removeSheet(SheetIndex sheet)
 {
+    settle();
     for (std::size_t t = 0; t < tiles_.size(); ++t) {
         if (tiles_[t].sheet == sheet) {
             tiles_[t].sheet = -1;

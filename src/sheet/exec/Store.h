@@ -14,6 +14,19 @@
 
 namespace varnex3::sheet {
 
+/// Numbers that a program has worked out and not yet put into their cells.
+struct LateNumbers {
+    struct Cell {
+        Slot slot;
+        std::uint32_t number; // where it lies in `numbers`
+        friend auto operator<=>(const Cell&, const Cell&) = default;
+    };
+    std::vector<Cell> cells;  // in the order of evaluation
+    std::vector<Cell> bySlot; // the same
+    const double* numbers = nullptr;
+    std::size_t done = 0, ready = 0; // cells [done, ready) are worked out and wait
+};
+
 class Store {
 public:
     static constexpr std::int32_t kTileRows = 64;
@@ -52,11 +65,49 @@ public:
     Area used(SheetIndex sheet) const;
     std::size_t size() const { return values_.size(); }
 
-    Value& value(Slot slot) { return values_[slot]; }
-    const Value& value(Slot slot) const { return values_[slot]; }
-    Value* values() { return values_.data(); }
+    Value& value(Slot slot)
+    {
+        settle();
+        return values_[slot];
+    }
+    const Value& value(Slot slot) const
+    {
+        settle();
+        return values_[slot];
+    }
+    Value* values()
+    {
+        settle();
+        return values_.data();
+    }
+
+    /// Numbers that are to reach their cells only when something looks at cells; they must live until
+    /// `settle`.
+    void comeLate(const LateNumbers& numbers)
+    {
+        if (late_ != &numbers) settle();
+        late_ = &numbers;
+    }
+    bool isLate(const LateNumbers& numbers) const { return late_ == &numbers; }
+    /// Puts late numbers into their cells.
+    void settle() const
+    {
+        if (late_ != nullptr) putAll();
+    }
+    /// One cell, without the others that are late.
+    const Value& peek(Slot slot) const
+    {
+        if (late_ != nullptr && formulas_[slot] != kNoFormula) putOne(slot);
+        return values_[slot];
+    }
+    /// A cell without a formula, which is never late.
+    Value& constant(Slot slot) { return values_[slot]; }
     FormulaId formula(Slot slot) const { return formulas_[slot]; }
-    void setFormula(Slot slot, FormulaId formula) { formulas_[slot] = formula; }
+    void setFormula(Slot slot, FormulaId formula)
+    {
+        settle();
+        formulas_[slot] = formula;
+    }
 
     bool isDirty(Slot slot) const { return (marks_[slot] & kDirty) != 0; }
     bool isMarked(Slot slot, Mark mark) const { return (marks_[slot] & mark) != 0; }
@@ -99,11 +150,14 @@ private:
         std::int32_t row = 0, col = 0; // of its first cell
     };
     std::uint32_t makeTiles(std::size_t count, const Tile& where);
+    void putAll() const;
+    void putOne(Slot slot) const;
 
     std::vector<Sheet> sheets_;
     std::vector<Tile> tiles_;
-    std::vector<std::uint64_t> dates_; // one bit per slot: a number format that shows dates
-    std::vector<Value> values_;
+    std::vector<std::uint64_t> dates_;  // one bit per slot: a number format that shows dates
+    mutable std::vector<Value> values_; // of a cell with a late number: an older one
+    mutable const LateNumbers* late_ = nullptr;
     std::vector<FormulaId> formulas_;
     std::vector<std::uint8_t> marks_;
 };

@@ -1,8 +1,8 @@
-// sheet/exec/TypedProgram.h - straight-line code over numbers that lie in the value store itself.
+// sheet/exec/TypedProgram.h - straight-line code over numbers in cells.
 //
 // Three-address instructions whose operands are slots: cells, constants and temporaries alike. The program is
-// plain data, so that another back end can read it. It is made for operands of known kinds
-// (compile/Typing.h); whoever runs it makes sure that the kinds still hold.
+// plain data, made for operands of known kinds (compile/Typing.h); whoever runs it makes sure that the kinds
+// still hold. It runs as PackedProgram, one recalculation after another, or as BlockProgram, many at once.
 #pragma once
 
 #include <cstdint>
@@ -83,10 +83,6 @@ enum class TypedOp : std::uint16_t {
     JumpIfZero, // a is 0: go to instruction d
     Jump,       // go to instruction d
 
-    /// The b operations that follow, each with an instruction that holds the strides of its operands: every
-    /// one is done for a neighbouring formulas before the next one starts.
-    Repeat,
-
     // What an error would be an answer to (IFERROR, ISERROR, IFNA):
     Try,   // from here on a result that is no number leads to instruction d, the Holds
     Holds, // d = 1; reached because of an error: d = 0. An error after it leads to the Holds c, kNoHolds:
@@ -134,19 +130,12 @@ struct TypedInstruction {
     }
 };
 
+/// A step stops at the first formula one of whose results is no finite number.
 struct TypedProgram {
     std::vector<TypedInstruction> instructions;
     std::vector<double (*)(double)> ones;
     std::vector<double (*)(double, double)> twos;
     std::vector<TypedTable> tables;
-
-    /// Runs instructions [begin, end) over the slots at `values`. Stops before the first one whose result is
-    /// no finite number, and gives its position; else `end`.
-    std::uint32_t run(Value* values, std::uint32_t begin, std::uint32_t end) const;
-
-private:
-    bool repeat(Value* values, const TypedInstruction& in, const TypedInstruction& stride,
-                std::uint32_t count) const;
 };
 
 } // namespace varnex3::sheet

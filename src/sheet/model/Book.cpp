@@ -12,7 +12,7 @@
 
 namespace varnex3::sheet {
 
-Book::Book() : impl_(std::make_unique<Impl>()) {}
+Book::Book() : impl_(std::make_unique<Impl>()), generation_(&impl_->generation) {}
 Book::~Book() = default;
 
 BookBuilder& Book::builder()
@@ -54,7 +54,7 @@ const Value& Book::value(const CellAddress& cell) const
 {
     static const Value empty;
     const Slot slot = impl_->store.find(cell);
-    return slot == kNoSlot ? empty : impl_->store.value(slot);
+    return slot == kNoSlot ? empty : impl_->store.peek(slot);
 }
 
 const Value& Book::storedValue(const CellAddress& cell) const
@@ -121,19 +121,16 @@ Slot Book::slot(const CellAddress& cell)
     impl_->checkAddress(cell);
     return impl_->store.make(cell);
 }
-const Value& Book::read(Slot slot) const { return impl_->store.value(slot); }
+const Value& Book::read(Slot slot) const { return impl_->store.peek(slot); }
 
 void Book::write(Slot slot, double x)
 {
     Store& store = impl_->store;
-    Value& target = store.value(slot);
-    if (target.isNumber() && store.formula(slot) == kNoFormula && std::isfinite(x)) {
-        target.setNumber(x);
-        impl_->recalculation.valueWritten(slot);
-    } else {
-        store.use(store.address(slot));
-        impl_->setValue(slot, x);
-    }
+    const bool isPlain =
+        store.formula(slot) == kNoFormula && store.constant(slot).isNumber() && std::isfinite(x);
+    if (!isPlain) return impl_->replace(slot, x);
+    store.constant(slot).setNumber(x);
+    impl_->recalculation.valueWritten(slot);
 }
 
 std::unique_ptr<Trials> Book::trials(std::span<const Slot> inputs, std::span<const Slot> outputs,
@@ -145,8 +142,6 @@ std::unique_ptr<Trials> Book::trials(std::span<const Slot> inputs, std::span<con
     return std::make_unique<Trials>(impl_->recalculation, impl_->store, std::move(*code), inputs.size(),
                                     outputs.size(), threads);
 }
-
-std::uint32_t Book::generation() const { return impl_->generation; }
 
 void Book::calculate()
 {

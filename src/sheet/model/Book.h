@@ -117,7 +117,7 @@ public:
     const Value& read(Slot slot) const;
     void write(Slot slot, double x);
     /// Changes whenever slots may have become invalid (a sheet removed).
-    std::uint32_t generation() const;
+    std::uint32_t generation() const { return *generation_; }
 
     /// For many trials at once: cells that they write and cells that they read. Null when that cannot be had:
     /// unless every formula between them works on numbers, a written cell is a plain number, and everything
@@ -166,6 +166,7 @@ public:
 private:
     struct Impl;
     std::unique_ptr<Impl> impl_;
+    const std::uint32_t* generation_; // in impl_
 };
 
 } // namespace varnex3::sheet

@@ -111,6 +111,7 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     void checkAddress(const CellAddress& cell) const;
     void clearFormula(Slot slot);
     void setValue(Slot slot, Value value);
+    void replace(Slot slot, double x); // whatever the cell holds
     void setFormula(const CellAddress& cell, std::string_view text);
     void setArrayFormula(const Area& block, std::string_view text);
     void putFormula(FormulaId f);

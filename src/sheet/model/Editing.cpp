@@ -37,6 +37,12 @@ void Book::Impl::clearFormula(Slot slot)
     store.setFormula(slot, kNoFormula);
 }
 
+void Book::Impl::replace(Slot slot, double x)
+{
+    store.use(store.address(slot));
+    setValue(slot, x);
+}
+
 void Book::Impl::setValue(Slot slot, Value value)
 {
     clearFormula(slot);

@@ -51,32 +51,33 @@ void Plan::build(Store& store, FormulaTable& formulas, TypedPool& pool,
     for (const FormulaId f : order.formulas) inPlan[f] = true;
 
     steps.clear();
-    program = {};
+    typedCode = {};
     operands.clear();
-    starts.clear();
-    typedAt.clear();
     expected.resize(order.formulas.size());
+    PackedSource source{typedCode, {}, {}, {}, key};
     std::vector<bool> fixedTables;
+    std::uint64_t group = 0;
     for (std::uint32_t i = 0; i < order.formulas.size(); ++i) {
-        const FormulaId f = order.formulas[i];
+        const FormulaId f = order.formulas[i], before = order.formulas[i > 0 ? i - 1 : 0];
         const Slot slot = formulas.cell(f).slot;
+        source.results.push_back(slot);
         expected[i] = store.value(slot).kind();
-        const auto start = static_cast<std::uint32_t>(program.instructions.size());
+        const auto start = static_cast<std::uint32_t>(typedCode.instructions.size());
         const std::size_t known = operands.size();
-        bool typed = !formulas.isBlock(f) && formulas.typed(f).result == expected[i] &&
-                     appendTyped(formulas.typed(f), formulas.code(f), store.address(slot), slot, store, pool,
-                                 program, operands);
+        bool fits = !formulas.isBlock(f) && formulas.typed(f).result == expected[i] &&
+                    appendTyped(formulas.typed(f), formulas.code(f), store.address(slot), slot, store, pool,
+                                typedCode, operands);
         // The cells of an array formula change their kinds unseen; what the plan itself works out is checked
         // when it is there.
-        for (std::size_t k = known; typed && k < operands.size(); ++k) {
+        for (std::size_t k = known; fits && k < operands.size(); ++k) {
             const FormulaId from = store.formula(operands[k].first);
-            if (from != kNoFormula && inPlan[from] && formulas.isBlock(from)) typed = false;
+            if (from != kNoFormula && inPlan[from] && formulas.isBlock(from)) fits = false;
         }
-        while (fixedTables.size() < program.tables.size())
-            fixedTables.push_back(isFixed(program.tables[fixedTables.size()], store, inPlan));
-        for (std::size_t k = start; typed && k < program.instructions.size(); ++k)
-            if (const auto table = program.instructions[k].table()) typed = fixedTables[*table];
-        if (typed) {
+        while (fixedTables.size() < typedCode.tables.size())
+            fixedTables.push_back(isFixed(typedCode.tables[fixedTables.size()], store, inPlan));
+        for (std::size_t k = start; fits && k < typedCode.instructions.size(); ++k)
+            if (const auto table = typedCode.instructions[k].table()) fits = fixedTables[*table];
+        if (fits) {
             const auto inside = [&](const std::pair<Slot, Kind>& operand) {
                 const FormulaId from = store.formula(operand.first);
                 return from != kNoFormula && inPlan[from];
@@ -84,45 +85,30 @@ void Plan::build(Store& store, FormulaTable& formulas, TypedPool& pool,
             operands.erase(
                 std::remove_if(operands.begin() + static_cast<std::ptrdiff_t>(known), operands.end(), inside),
                 operands.end());
-            starts.push_back(start);
-            typedAt.push_back(i);
+            if (levels[f] != levels[before] || formulas.cell(f).code != formulas.cell(before).code) ++group;
+            source.formulas.push_back({i, start, group});
         } else {
-            program.instructions.resize(start);
+            typedCode.instructions.resize(start);
             operands.resize(known);
         }
-        if (steps.empty() || steps.back().typed != typed) steps.push_back({typed, i, i, start, start});
-        steps.back().last = i + 1;
-        steps.back().end = static_cast<std::uint32_t>(program.instructions.size());
-    }
-    // Joined are formulas of one step, one level and one code.
-    std::vector<std::uint64_t> groups;
-    std::uint64_t group = 0;
-    for (PlanStep& step : steps) {
-        if (!step.typed) continue;
-        step.begin = static_cast<std::uint32_t>(groups.size());
-        for (std::uint32_t i = step.first; i < step.last; ++i) {
-            const FormulaId f = order.formulas[i], before = order.formulas[i > 0 ? i - 1 : 0];
-            const bool same = i > step.first && levels[f] == levels[before] &&
-                              formulas.cell(f).code == formulas.cell(before).code;
-            groups.push_back(same ? group : ++group);
+        const auto count = static_cast<std::uint32_t>(source.formulas.size());
+        if (steps.empty() || steps.back().typed != fits) {
+            steps.push_back({fits, i, i, source.steps.size()});
+            if (fits) source.steps.push_back({count - 1, count});
         }
+        steps.back().last = i + 1;
+        if (fits) source.steps.back().last = count;
     }
-    joinRepeats(program, starts, groups, pool);
-    for (PlanStep& step : steps) {
-        if (!step.typed) continue;
-        const std::size_t next = step.begin + (step.last - step.first);
-        step.begin = starts[step.begin];
-        step.end =
-            next < starts.size() ? starts[next] : static_cast<std::uint32_t>(program.instructions.size());
-    }
+    program = PackedProgram::make(source);
     for (std::size_t t = 0; t < fixedTables.size(); ++t) {
         if (!fixedTables[t]) continue;
-        const TypedTable& table = program.tables[t];
+        const TypedTable& table = typedCode.tables[t];
         operands.insert(operands.end(), table.keyCells.begin(), table.keyCells.end());
         operands.insert(operands.end(), table.cells.begin(), table.cells.end());
     }
     std::sort(operands.begin(), operands.end());
     operands.erase(std::unique(operands.begin(), operands.end()), operands.end());
+    load(store);
     built = true;
     failures = 0;
 }

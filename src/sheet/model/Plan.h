@@ -10,6 +10,7 @@
 
 #include "sheet/compile/Typing.h"
 #include "sheet/exec/BlockProgram.h"
+#include "sheet/exec/PackedProgram.h"
 #include "sheet/exec/Store.h"
 #include "sheet/exec/TypedProgram.h"
 #include "sheet/graph/Ordering.h"
@@ -21,7 +22,7 @@ namespace varnex3::sheet {
 struct PlanStep {
     bool typed;
     std::uint32_t first, last;
-    std::uint32_t begin = 0, end = 0; // typed: its instructions
+    std::size_t number = 0; // typed: which one of the program
 };
 
 /// What lies between some inputs and outputs, for many trials at once, and what it relies on.
@@ -45,16 +46,16 @@ struct Plan {
 
     bool built = false;
     std::uint64_t kinds = 0;  // state of the kinds for which the typed code was checked
-    std::uint64_t values = 0; // state of the values that its tables hold
+    std::uint64_t values = 0; // state of the values that the program has loaded
     std::vector<PlanStep> steps;
-    TypedProgram program;
+    TypedProgram typedCode;
+    PackedProgram program;
     std::vector<Kind> expected;                  // kinds of the results, by position in the order
     std::vector<std::pair<Slot, Kind>> operands; // what typed code reads from outside the plan
-    std::vector<std::uint32_t> starts;           // first instruction of each typed formula, in order
-    std::vector<std::uint32_t> typedAt;          // its position in the order
     std::uint32_t failures = 0, patience = 4;
 
-    /// Makes the steps for the kinds that the cells have now, and sorts the order by level, then code.
+    /// Makes the steps for the kinds that the cells have now, and sorts the order by level, then code. No
+    /// result of an older program may be late.
     /// @param levels  by formula: its position in the longest chain of affected formulas
     void build(Store& store, FormulaTable& formulas, TypedPool& pool,
                const std::vector<std::uint32_t>& levels);
@@ -65,10 +66,11 @@ struct Plan {
     bool appendNeeded(Store& store, FormulaTable& formulas, TypedPool& pool, std::span<const Slot> outputs,
                       TypedProgram& typed, std::vector<BlockFormula>& general,
                       std::vector<std::pair<Slot, Kind>>& outside) const;
-    /// Takes what the tables of typed code hold from the cells again.
-    void readTables(Store& store)
+    /// Takes what no written cell changes from the cells as they are.
+    void load(Store& store)
     {
-        for (TypedTable& table : program.tables) table.read(store.values());
+        for (TypedTable& table : typedCode.tables) table.read(store.values());
+        program.load(store);
     }
     /// Whether the cells that typed code reads from outside have the kinds that it was made for.
     bool operandsFit(const Store& store) const;

@@ -107,6 +107,7 @@ private:
     }
     void forgetPlans()
     {
+        store_.settle();
         plans_.clear();
         last_ = nullptr;
         ++structure_;

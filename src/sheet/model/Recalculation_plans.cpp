@@ -24,6 +24,7 @@ Plan& Recalculation::planFor(const std::vector<Slot>& written)
         last_->sequence = written;
         return *last_;
     }
+    store_.settle(); // what is late may lie in a plan that goes
     if (plans_.size() >= kMostPlans)
         plans_.erase(std::min_element(plans_.begin(), plans_.end(),
                                       [](const auto& a, const auto& b) { return a->lastUse < b->lastUse; }));
@@ -43,8 +44,11 @@ void Recalculation::runPlan(Plan& plan)
     plan.lastUse = ++uses_;
     valuesChange(plan.id);
     if (useTyped_ && plan.order.loops.empty() && plan.runs > 0) {
-        if (!plan.built || (plan.kinds != kinds_ && !kindsHold(plan))) build(plan);
-        if (plan.values != values_ && !plan.program.tables.empty()) plan.readTables(store_);
+        if (!plan.built || (plan.kinds != kinds_ && !kindsHold(plan))) {
+            build(plan);
+        } else if (plan.values != values_) {
+            plan.load(store_);
+        }
         plan.values = values_;
         runBuilt(plan);
     } else {
@@ -65,6 +69,7 @@ bool Recalculation::kindsHold(Plan& plan)
 
 void Recalculation::build(Plan& plan)
 {
+    store_.settle();
     plan.build(store_, formulas_, pool_, levelsOf(plan.order));
     plan.kinds = kinds_;
 }
@@ -74,16 +79,10 @@ void Recalculation::runBuilt(Plan& plan)
     if (plan.marksDirty) markDirty(plan.order);
     for (const PlanStep& step : plan.steps) {
         if (step.typed) {
-            const std::uint32_t stop = plan.program.run(store_.values(), step.begin, step.end);
-            if (stop != step.end) {
-                const auto after = std::upper_bound(plan.starts.begin(), plan.starts.end(), stop);
-                // Formulas that are worked out together start over together.
-                const auto at = std::lower_bound(plan.starts.begin(), after, *(after - 1));
-                const std::uint32_t position =
-                    plan.typedAt[static_cast<std::size_t>(at - plan.starts.begin())];
+            if (const auto position = plan.program.run(store_, step.number)) {
                 if (plan.marksDirty)
-                    for (std::uint32_t i = step.first; i < position; ++i) clearDirty(plan.order.formulas[i]);
-                return giveUp(plan, position);
+                    for (std::uint32_t i = step.first; i < *position; ++i) clearDirty(plan.order.formulas[i]);
+                return giveUp(plan, *position);
             }
             if (plan.marksDirty)
                 for (std::uint32_t i = step.first; i < step.last; ++i) clearDirty(plan.order.formulas[i]);

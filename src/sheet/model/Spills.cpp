@@ -174,8 +174,8 @@ void Recalculation::settleSpills()
         if (dirty) markDirty(order);
         runGeneral(order, 0, dirty);
     }
-    reshapes_.clear();
-    pinned_.clear();
+    if (!reshapes_.empty()) reshapes_.clear();
+    if (!pinned_.empty()) pinned_.clear();
 }
 
 } // namespace varnex3::sheet

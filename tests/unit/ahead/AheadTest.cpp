@@ -198,7 +198,7 @@ TEST(TrialsAhead, ASimulationIsThatOfTrialsCellByCell)
         {"a constant", {plain, "210", "10", true}, 0, true, true},
         {"cancelled", {plain, "210"}, 333, true, false},
         {"a response that fails", {{"=A1*A2", "=SQRT(A1-4.5)"}, "210"}, 0, true, false},
-        {"a response that becomes a text", {{"=A1*A2", "=IF(A1<5,\"low\",A1)"}, "210"}, 0, false, false},
+        {"a response that becomes a text", {{"=A1*A2", "=IF(A1<5,\"low\",A1)"}, "210"}, 0, true, false},
         {"a limit that depends on the inputs", {plain, "=A1*21"}, 0, false, true},
         {"a volatile cell elsewhere", {{"=A1*A2", "=A3", "=RAND()*0"}, "210"}, 0, false, true},
         {"no limit", {plain, ""}, 0, true, true},
