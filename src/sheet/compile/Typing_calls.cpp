@@ -181,6 +181,8 @@ bool Typist::match(const CallSite& site)
         return false;
     const auto type = site.count > 2 ? constantAt(first + 2) : std::optional(1.0);
     if (!type) return false;
+    const Operand& sought = stack_[first].operand; // an empty cell is looked for as itself, not as 0
+    if (sought.from == From::Place) typed_.readings[sought.index].allowsEmpty = false;
     TypedTemplate::Table table;
     table.how = *type == 0.0  ? TypedTable::How::Exact
                 : *type > 0.0 ? TypedTable::How::Ascending

@@ -47,17 +47,22 @@ double TypedTable::find(double sought) const
     std::size_t found = count;
     if (how == How::Exact) {
         found = static_cast<std::size_t>(std::find(keys.begin(), keys.end(), sought) - keys.begin());
-    } else {
-        std::size_t low = 0, high = count;
+    } else if (how == How::Ascending) {
+        std::size_t low = 0, high = count; // one behind the last; of two middles the left one
         while (low < high) {
-            const std::size_t middle = low + (high - low) / 2;
-            const int order = compareNumbers(keys[middle], sought);
-            if (how == How::Ascending ? order <= 0 : order >= 0) {
+            const std::size_t middle = low + (high - 1 - low) / 2;
+            if (compareNumbers(keys[middle], sought) <= 0) {
                 found = middle;
                 low = middle + 1;
             } else {
                 high = middle;
             }
+        }
+    } else {
+        for (std::size_t k = 0; k < count; ++k) {
+            const int order = compareNumbers(keys[k], sought);
+            if (order >= 0) found = k;
+            if (order <= 0) break;
         }
     }
     if (found == count) return std::numeric_limits<double>::quiet_NaN();

@@ -155,6 +155,9 @@ int compareTexts(std::string_view a, std::string_view b)
 
 bool matchesWildcard(std::string_view text, std::string_view pattern)
 {
+    std::size_t tildes = 0; // one without a character to stand for says nothing
+    while (tildes < pattern.size() && pattern[pattern.size() - 1 - tildes] == '~') ++tildes;
+    if (tildes % 2 == 1) pattern.remove_suffix(1);
     // Only the last * is ever taken up again: what an earlier one could take, the last one can as well.
     constexpr std::size_t kNoStar = std::string_view::npos;
     std::size_t t = 0, p = 0, starPattern = kNoStar, starText = 0;
@@ -162,8 +165,7 @@ bool matchesWildcard(std::string_view text, std::string_view pattern)
         std::size_t p2 = p, t2 = t;
         const char32_t wanted = nextCharacter(pattern, p2);
         const char32_t found = nextCharacter(text, t2);
-        const bool escape = wanted == '~' && p2 < pattern.size() &&
-                            (pattern[p2] == '*' || pattern[p2] == '?' || pattern[p2] == '~');
+        const bool escape = wanted == '~' && p2 < pattern.size();
         const char32_t literal = escape ? nextCharacter(pattern, p2) : wanted;
         if ((escape || wanted != '?') && foldedLetter(literal) != foldedLetter(found)) return false;
         p = p2;

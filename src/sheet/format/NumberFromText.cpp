@@ -110,12 +110,14 @@ std::optional<double> unsignedNumber(Scanner& s)
         plain += group;
     }
     const std::size_t behindWhole = s.place();
-    if (whole && s.blanks()) {
+    if (whole && s.take(' ')) {
+        constexpr int kMost = 32767;
         const auto over = smallInteger(s.digits(), 5);
         const bool slash = s.take('/');
         const auto under = smallInteger(s.digits(), 5);
         const auto x = plainNumber(plain);
-        if (over && slash && under && *under != 0 && x) return *x + static_cast<double>(*over) / *under;
+        if (over && slash && under && *under != 0 && *over <= kMost && *under <= kMost && x)
+            return *x + static_cast<double>(*over) / *under;
         s.goTo(behindWhole);
     }
     if (s.take('.')) {
@@ -151,13 +153,15 @@ std::optional<double> decoratedNumber(std::string_view text)
     Scanner s(text);
     bool negative = s.take('(');
     const bool parentheses = negative;
-    bool sign = false, currency = false;
-    for (bool more = true; more;) { // "-$5", "$-5", "$ 5"
+    bool sign = false, currency = false, percent = false;
+    for (bool more = true; more;) { // "-$5", "$-5", "$ 5", "% 5"
         s.blanks();
         if (!sign && !parentheses && (s.peek() == '-' || s.peek() == '+')) {
             sign = true;
             negative = s.take('-');
             if (!negative) s.take('+');
+        } else if (!percent && !currency && s.take('%')) {
+            percent = true;
         } else if (currency || !takeCurrency(s)) {
             more = false;
         } else {
@@ -167,10 +171,7 @@ std::optional<double> decoratedNumber(std::string_view text)
     auto x = unsignedNumber(s);
     if (!x) return std::nullopt;
     s.blanks();
-    if (!currency && s.take('%'))
-        *x /= 100.0;
-    else if (!currency)
-        takeCurrency(s);
+    if (percent || (!currency && s.take('%'))) *x /= 100.0;
     s.blanks();
     if (parentheses && !s.take(')')) return std::nullopt;
     if (!s.atEnd()) return std::nullopt;
@@ -200,21 +201,31 @@ std::optional<int> yearNumber(std::string_view digits)
     return *year < 30 ? *year + 2000 : *year + 1900;
 }
 
-/// What stands between the parts of a date, kept the same throughout: '-', '/' or ' ' (a comma may precede
-/// it).
+/// What stands between the parts of a date, kept the same throughout: '-' or '/', perhaps between blanks, or
+/// ' ' (a comma may precede it).
 char takeSeparator(Scanner& s)
 {
+    const bool comma = s.take(','), blank = s.blanks();
     for (const char c : {'-', '/'})
-        if (s.take(c)) return c;
-    const bool comma = s.take(',');
-    return s.blanks() || comma ? ' ' : '\0';
+        if (!comma && s.take(c)) {
+            s.blanks();
+            return c;
+        }
+    return blank || comma ? ' ' : '\0';
 }
 
 struct DateParts {
     std::optional<int> year, month, day;
 };
 
-/// "2020-01-31" "1/31/2020" "31-Jan-2020" "Jan 31, 2020" "Jan-2020"
+/// The most days that a month may have.
+int mostDays(int month)
+{
+    constexpr std::array<int, 12> kDays = {31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    return kDays[static_cast<std::size_t>(month) - 1];
+}
+
+/// "2020-01-31" "1/31/2020" "31-Jan-2020" "Jan 31, 2020" "Jan-2020" "Jan-65"
 std::optional<DateParts> datePartsAt(Scanner& s)
 {
     DateParts d;
@@ -230,6 +241,11 @@ std::optional<DateParts> datePartsAt(Scanner& s)
             return d;
         }
         d.day = smallInteger(second, 2);
+        if (d.day && *d.day > mostDays(*d.month)) { // no day, so a year
+            d.year = yearNumber(second);
+            d.day = 1;
+            return d;
+        }
         if (takeSeparator(s) == '\0') return std::nullopt;
         d.year = yearNumber(s.digits());
         return d;
@@ -272,56 +288,65 @@ std::optional<double> dateAt(Scanner& s, DateSystem dates)
     return serialFromDate(*d->year, *d->month, *d->day, dates);
 }
 
-/// Digits with an optional fraction: "15", "15.25"
-std::optional<double> secondsAt(Scanner& s)
+/// One part of a time: up to four digits, only two when it starts with 0.
+std::optional<double> timePart(Scanner& s)
 {
-    std::string plain(s.digits());
-    if (plain.empty() || plain.size() > 4) return std::nullopt;
-    if (s.take('.')) {
-        plain += '.';
-        plain += s.digits();
-    }
-    return plainNumber(plain);
+    const std::string_view digits = s.digits();
+    if (digits.empty() || digits.size() > 4 || (digits.size() > 2 && digits.front() == '0'))
+        return std::nullopt;
+    return *smallInteger(digits, 4);
 }
 
-/// "12:30" "12:30:15.5" "30:15.5" "1:05 PM" "7 am", as a part of a day.
-std::optional<double> timeAt(Scanner& s)
+/// AM and PM, or their first letters: 'A', 'P' or '\0'.
+char takeHalfOfDay(Scanner& s)
 {
-    const auto hours = smallInteger(s.digits(), 4);
-    if (!hours) return std::nullopt;
-    double h = *hours, m = 0.0, sec = 0.0;
-    const bool colon = s.take(':');
-    if (colon) {
-        const auto second = secondsAt(s);
-        if (!second) return std::nullopt;
-        if (s.take(':')) {
-            const auto third = secondsAt(s);
-            if (!third || *second != std::floor(*second)) return std::nullopt;
-            m = *second;
-            sec = *third;
-        } else if (*second != std::floor(*second)) { // minutes and seconds
-            m = h;
-            h = 0.0;
-            sec = *second;
-        } else {
-            m = *second;
-        }
-    }
-    if (m >= 60.0 || sec >= 60.0) return std::nullopt;
-    const std::size_t behind = s.place();
+    const std::size_t before = s.place();
     s.blanks();
     const std::string_view word = s.letters();
-    const bool am = equalTexts(word, "AM") || equalTexts(word, "A");
-    const bool pm = equalTexts(word, "PM") || equalTexts(word, "P");
-    if (am || pm) {
-        if (h > 12.0) return std::nullopt;
-        if (h == 12.0) h = 0.0;
-        if (pm) h += 12.0;
-    } else {
-        if (!colon) return std::nullopt;
-        s.goTo(behind);
+    if (equalTexts(word, "AM") || equalTexts(word, "A")) return 'A';
+    if (equalTexts(word, "PM") || equalTexts(word, "P")) return 'P';
+    s.goTo(before);
+    return '\0';
+}
+
+/// "12:30" "12:30:15.5" "30:15.5" "12:" "1:05 PM" "7 am", as a part of a day. Without AM or PM one part may
+/// be beyond its limit ("36:00", "0:90").
+std::optional<double> timeAt(Scanner& s)
+{
+    std::array<double, 3> part{}; // hours, minutes, seconds
+    std::size_t count = 0;
+    bool colon = false, open = true;
+    while (open && count < part.size()) {
+        const auto x = timePart(s);
+        if (!x && count == 0) return std::nullopt;
+        if (!x) break; // "12:"
+        part[count++] = *x;
+        const std::size_t behind = s.place();
+        s.blanks();
+        open = count < part.size() && s.take(':');
+        colon = colon || open;
+        if (open)
+            s.blanks();
+        else
+            s.goTo(behind);
     }
-    return (h * 3600.0 + m * 60.0 + sec) / 86400.0;
+    double fraction = 0.0;
+    if (count >= 2 && !open && s.take('.')) {
+        const std::string digits = "0." + std::string(s.digits());
+        fraction = plainNumber(digits).value_or(0.0);
+        if (count == 2) part = {0.0, part[0], part[1]}; // minutes and seconds
+    }
+    const char half = takeHalfOfDay(s);
+    if (half == '\0' && !colon) return std::nullopt;
+    const int beyond = (part[0] >= 24.0 ? 1 : 0) + (part[1] >= 60.0 ? 1 : 0) + (part[2] >= 60.0 ? 1 : 0);
+    if (half != '\0') {
+        if (beyond > 0 || part[0] > 12.0 || (open && colon)) return std::nullopt;
+        if (part[0] == 12.0) part[0] = 0.0;
+        if (half == 'P') part[0] += 12.0;
+    } else if (beyond > 1) {
+        return std::nullopt;
+    }
+    return (part[0] * 3600.0 + part[1] * 60.0 + part[2] + fraction) / 86400.0;
 }
 
 std::optional<double> dateOrTime(std::string_view text, DateSystem dates)

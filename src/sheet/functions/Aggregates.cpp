@@ -11,6 +11,7 @@
 #include "sheet/functions/Block.h"
 #include "sheet/functions/Criterion.h"
 #include "sheet/functions/Function.h"
+#include "sheet/functions/Samples.h"
 
 namespace varnex3::sheet {
 namespace {
@@ -43,26 +44,6 @@ std::optional<Failure> eachNumber(const Call& call, int first, Visitor visitor)
         }
     }
     return std::nullopt;
-}
-
-/// The numbers as AVERAGEA sees them: Booleans in cells are 1 and 0, texts in cells are 0.
-template <class Visitor>
-std::optional<Failure> eachNumberA(const Call& call, Visitor visitor)
-{
-    std::optional<Failure> failure;
-    for (int i = 0; i < call.count() && !failure; ++i) {
-        call.visit(i, [&](const Value& v, bool fromCell) {
-            if (fromCell && v.isEmpty()) return true;
-            const Value x = fromCell && v.isText() ? Value(0.0) : toNumber(v, call.dates());
-            if (x.isFailure()) {
-                failure = x.failure();
-            } else {
-                visitor(x.number());
-            }
-            return !failure;
-        });
-    }
-    return failure;
 }
 
 struct Smallest {
@@ -134,7 +115,8 @@ Value mean(Call& call)
 Value meanA(Call& call)
 {
     Mean found;
-    if (const auto failure = eachNumberA(call, [&](double x) { found(x); })) return *failure;
+    const auto failure = numbersWithTexts(call, TextsInArrays::CountZero, [&](double x) { found(x); });
+    if (failure) return *failure;
     return found.result();
 }
 
@@ -150,7 +132,8 @@ template <class Extreme>
 Value extremeA(Call& call)
 {
     Extreme found;
-    if (const auto failure = eachNumberA(call, [&](double x) { found(x); })) return *failure;
+    const auto failure = numbersWithTexts(call, TextsInArrays::LeaveOut, [&](double x) { found(x); });
+    if (failure) return *failure;
     return found.result();
 }
 
@@ -677,7 +660,7 @@ constexpr FunctionRow rows[] = {
      Trait::Pure,
      extremeA<Largest>,
      "largest; texts count as 0, TRUE as 1",
-     "=MAXA({-1,TRUE})",
+     "=MAXA(-1,TRUE)",
      "1"},
     {"MAXIFS",
      {range(), repeats(range()), repeats(any())},
@@ -692,7 +675,7 @@ constexpr FunctionRow rows[] = {
      Trait::Pure,
      extremeA<Smallest>,
      "smallest; texts count as 0, TRUE as 1",
-     "=MINA({2,\"a\"})",
+     "=MINA(2,FALSE)",
      "0"},
     {"MINIFS",
      {range(), repeats(range()), repeats(any())},

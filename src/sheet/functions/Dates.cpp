@@ -61,11 +61,14 @@ int weekdayOf(double serial, DateSystem dates)
 
 // --- Parts ----------------------------------------------------------------------------------------------
 
+/// Arguments are rounded down. Years beyond 10000 count as 10000, days that do not fit 16 bits as 32767;
+/// months that do not are refused.
 Value date(Call& call)
 {
-    double year = std::trunc(call.number(0));
-    const double month = std::trunc(call.number(1)), day = std::trunc(call.number(2));
-    if (year < 0.0 || year >= 10000.0 || std::fabs(month) > 120000.0) return Failure::Num;
+    double year = std::clamp(std::floor(call.number(0)), -10000.0, 10000.0), day = std::floor(call.number(2));
+    const double month = std::floor(call.number(1));
+    if (month < -32767.0 || month >= 32767.0) return Failure::Num;
+    if (day < -32768.0 || day > 32767.0) day = 32767.0;
     if (year < 1900.0) year += 1900.0;
     const auto first = serialFromDate(static_cast<int>(year), static_cast<int>(month), 1, call.dates());
     return first ? serialValue(*first + day - 1.0, call.dates()) : Value(Failure::Num);
@@ -121,7 +124,7 @@ Value timeOfDay(Call& call)
     double total = 0.0;
     constexpr std::array<double, 3> kSeconds = {3600.0, 60.0, 1.0};
     for (int i = 0; i < 3; ++i) {
-        const double part = std::trunc(call.number(i));
+        const double part = std::floor(call.number(i));
         if (part > 32767.0) return Failure::Num;
         total += part * kSeconds[static_cast<std::size_t>(i)];
     }
@@ -173,10 +176,12 @@ std::optional<double> monthsAfter(const CalendarDate& d, double months, DateSyst
     return serialFromDate(d.year, d.month + static_cast<int>(months), 1, dates);
 }
 
+/// Days of the month of a serial number. Moves by months know that 1900 was no leap year.
 int daysInMonthOf(double serial, DateSystem dates)
 {
     const auto d = dateFromSerial(serial, dates);
-    return d ? daysInMonth(d->year, d->month, dates) : 0;
+    if (!d) return 0;
+    return d->year == 1900 && d->month == 2 ? 28 : daysInMonth(d->year, d->month, dates);
 }
 
 Value edate(Call& call)
@@ -218,6 +223,16 @@ Value daysAfterWhole(const CalendarDate& a, double serial, int months, DateSyste
     return first ? Value(serial - (*first + a.day - 1.0)) : Value(Failure::Num);
 }
 
+/// Days from `a` to the next day with the month and day of `b`: the years that pass are left out, and that
+/// of `a` says whether there is a 29 February on the way.
+Value daysWithinYear(const CalendarDate& a, const CalendarDate& b, DateSystem dates)
+{
+    const bool nextYear = b.month < a.month || (b.month == a.month && b.day < a.day);
+    const auto from = serialFromDate(a.year, a.month, a.day, dates);
+    const auto to = serialFromDate(a.year + (nextYear ? 1 : 0), b.month, 1, dates);
+    return from && to ? Value(*to + b.day - 1.0 - *from) : Value(Failure::Num);
+}
+
 Value datedif(Call& call)
 {
     const auto a = dateOf(call, 0), b = dateOf(call, 1);
@@ -230,7 +245,7 @@ Value datedif(Call& call)
     if (equalTexts(unit, "Y")) return months / 12;
     if (equalTexts(unit, "YM")) return months % 12;
     if (equalTexts(unit, "MD")) return daysAfterWhole(*a, to, months, call.dates());
-    if (equalTexts(unit, "YD")) return daysAfterWhole(*a, to, months / 12 * 12, call.dates());
+    if (equalTexts(unit, "YD")) return daysWithinYear(*a, *b, call.dates());
     return Failure::Num;
 }
 
@@ -274,9 +289,9 @@ double yearLength(const CalendarDate& a, const CalendarDate& b, DateSystem dates
     const bool upToOneYear =
         a.year == b.year ||
         (b.year == a.year + 1 && (a.month > b.month || (a.month == b.month && a.day >= b.day)));
-    if (!upToOneYear) {
+    if (!upToOneYear) { // the mean year, in which 1900 is no leap year
         double total = 0.0;
-        for (int y = a.year; y <= b.year; ++y) total += isLeap(y, dates) ? 366.0 : 365.0;
+        for (int y = a.year; y <= b.year; ++y) total += isLeap(y, DateSystem::From1904) ? 366.0 : 365.0;
         return total / (b.year - a.year + 1.0);
     }
     if (a.year == b.year) return isLeap(a.year, dates) ? 366.0 : 365.0;

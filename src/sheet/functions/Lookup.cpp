@@ -5,6 +5,7 @@
 #include <string>
 
 #include "sheet/format/Convert.h"
+#include "sheet/format/Letters.h"
 #include "sheet/formula/Parser.h"
 #include "sheet/functions/Block.h"
 #include "sheet/functions/Function.h"
@@ -84,28 +85,36 @@ std::int32_t findLast(const Line& line, const Sought& sought)
     return found;
 }
 
-/// The last cell of a sorted line that is not past the wanted value: not greater in an ascending line, not
-/// less in a descending one. Cells of other kinds are passed over; a line that is not sorted gives what
-/// halving it happens to meet.
-std::int32_t findSorted(const Line& line, const Value& wanted, bool ascending)
+/// The last cell of an ascending line that is not greater than the wanted value. Cells of other kinds are
+/// passed over, to the right. A line that is not sorted gives what halving it happens to meet, so the middle
+/// of an even number of cells, the left one, matters.
+std::int32_t findAscending(const Line& line, const Value& wanted)
 {
-    std::int32_t low = 0, high = line.usedLength(), found = kNotFound;
-    while (low < high) {
+    std::int32_t low = 0, high = line.usedLength() - 1, found = kNotFound;
+    while (low <= high) {
         const std::int32_t middle = low + (high - low) / 2;
         std::int32_t k = middle;
-        while (k < high && line.at(k).kind() != wanted.kind()) ++k;
-        if (k == high) {
-            high = middle;
-            continue;
-        }
-        const int order = compareValues(line.at(k), wanted);
-        if (ascending ? order <= 0 : order >= 0) {
+        while (k <= high && line.at(k).kind() != wanted.kind()) ++k;
+        if (k <= high && compareValues(line.at(k), wanted) <= 0) {
             found = k;
             low = k + 1;
         } else {
-            high = middle;
+            high = middle - 1;
         }
     }
+    return found;
+}
+
+/// The last cell before the first one that is less than the wanted value, or an equal one before that.
+std::int32_t findDescending(const Line& line, const Value& wanted)
+{
+    std::int32_t found = kNotFound;
+    line.each([&](std::int32_t k, const Value& v) {
+        if (v.kind() != wanted.kind()) return true;
+        const int order = compareValues(v, wanted);
+        if (order >= 0) found = k;
+        return order > 0;
+    });
     return found;
 }
 
@@ -143,21 +152,38 @@ bool validModes(double match, double search)
            !(match == 2.0 && std::fabs(search) == 2.0);
 }
 
+/// Why a search cannot be made: a range that is a failure, a single value or several areas, a text that is
+/// too long to look for.
+std::optional<Failure> refusal(const Value& wanted, const Value& range)
+{
+    constexpr int kLongest = 255;
+    if (range.isFailure()) return range.failure();
+    int characters = 0;
+    if (wanted.isText())
+        for (std::size_t at = 0; at < wanted.text().size() && characters <= kLongest; ++characters)
+            nextCharacter(wanted.text(), at);
+    if (characters > kLongest) return Failure::Value;
+    const bool searchable = range.isArray() || (range.isReference() && range.areas().size() == 1);
+    return searchable ? std::nullopt : std::optional(Failure::NA);
+}
+
 /// What a function answers that needs a reference and was given something else.
 Value noReference(const Value& v) { return v.isFailure() ? v : Value(Failure::Value); }
 
 // Searches ----------------------------------------------------------------------------------------------
 
+/// Unlike its kin, MATCH does not find 0 for an empty cell.
 Value match(Call& call)
 {
-    if (call.value(1).isFailure()) return call.value(1);
+    const Value& wanted = call.value(0);
+    if (const auto failure = refusal(wanted, call.value(1))) return *failure;
     const Block cells(call, 1);
-    if (!cells.isVector()) return Failure::NA;
+    if (!cells.isVector() || wanted.isEmpty()) return Failure::NA;
     const Line line(cells);
-    const Value wanted = wantedValue(call.value(0));
     const double type = call.number(2);
-    const std::int32_t k =
-        type == 0.0 ? findFirst(line, Sought(wanted, true)) : findSorted(line, wanted, type > 0.0);
+    const std::int32_t k = type == 0.0  ? findFirst(line, Sought(wanted, true))
+                           : type > 0.0 ? findAscending(line, wanted)
+                                        : findDescending(line, wanted);
     return k == kNotFound ? Value(Failure::NA) : Value(k + 1);
 }
 
@@ -175,12 +201,12 @@ Value matchByMode(Call& call)
 std::int32_t findInTable(const Call& call, const Line& line)
 {
     const Value wanted = wantedValue(call.value(0));
-    return call.boolean(3) ? findSorted(line, wanted, true) : findFirst(line, Sought(wanted, true));
+    return call.boolean(3) ? findAscending(line, wanted) : findFirst(line, Sought(wanted, true));
 }
 
 Value lookupInColumn(Call& call)
 {
-    if (call.value(1).isFailure()) return call.value(1);
+    if (const auto failure = refusal(call.value(0), call.value(1))) return *failure;
     const Block table(call, 1);
     const double col = std::trunc(call.number(2));
     if (!(col >= 1.0)) return Failure::Value;
@@ -191,7 +217,7 @@ Value lookupInColumn(Call& call)
 
 Value lookupInRow(Call& call)
 {
-    if (call.value(1).isFailure()) return call.value(1);
+    if (const auto failure = refusal(call.value(0), call.value(1))) return *failure;
     const Block table(call, 1);
     const double row = std::trunc(call.number(2));
     if (!(row >= 1.0)) return Failure::Value;
@@ -208,7 +234,7 @@ Value lookup(Call& call)
     const Block cells(call, 1);
     const bool vertical = cells.rows() >= cells.cols();
     const Line line(vertical ? cells.col(0) : cells.row(0), vertical);
-    const std::int32_t k = findSorted(line, wantedValue(call.value(0)), true);
+    const std::int32_t k = findAscending(line, wantedValue(call.value(0)));
     if (k == kNotFound) return Failure::NA;
     if (call.count() < 3) return vertical ? cells.at(k, cells.cols() - 1) : cells.at(cells.rows() - 1, k);
     const Block results(call, 2);
@@ -326,6 +352,7 @@ Value rowNumber(Call& call)
 {
     if (call.count() == 0) return call.here().row + 1;
     if (!call.value(0).isReference()) return noReference(call.value(0));
+    if (call.value(0).areas().size() > 1) return Failure::Ref;
     const Area& area = call.value(0).areas().front();
     return numbering(area.row0, area.rows(), true);
 }
@@ -334,12 +361,20 @@ Value columnNumber(Call& call)
 {
     if (call.count() == 0) return call.here().col + 1;
     if (!call.value(0).isReference()) return noReference(call.value(0));
+    if (call.value(0).areas().size() > 1) return Failure::Ref;
     const Area& area = call.value(0).areas().front();
     return numbering(area.col0, area.cols(), false);
 }
 
-Value rowTotal(Call& call) { return call.value(0).isFailure() ? call.value(0) : Value(call.rows(0)); }
-Value columnTotal(Call& call) { return call.value(0).isFailure() ? call.value(0) : Value(call.cols(0)); }
+Value extent(const Value& range, std::int32_t size)
+{
+    if (range.isFailure()) return range;
+    if (range.isReference() && range.areas().size() > 1) return Failure::Ref;
+    return size;
+}
+
+Value rowTotal(Call& call) { return extent(call.value(0), call.rows(0)); }
+Value columnTotal(Call& call) { return extent(call.value(0), call.cols(0)); }
 
 Value areaTotal(Call& call)
 {

@@ -106,12 +106,12 @@ Value pi(Call&) { return kPi; }
 /// a1 x^n + a2 x^(n+m) + a3 x^(n+2m) + ...
 Value seriesSum(Call& call)
 {
-    const double x = call.number(0), first = call.number(1), step = call.number(2);
-    double sum = 0.0, exponent = first;
+    const double x = call.number(0), step = call.number(2);
+    double sum = 0.0, exponent = call.number(1);
     for (const Value& coefficient : call.elements(3)) {
         if (coefficient.isFailure()) return coefficient.failure();
-        if (!coefficient.isNumber()) return Failure::Value;
-        sum += coefficient.number() * std::pow(x, exponent);
+        if (!coefficient.isNumber() && !coefficient.isEmpty()) return Failure::Value;
+        if (coefficient.isNumber()) sum += coefficient.number() * std::pow(x, exponent);
         exponent += step;
     }
     return finite(sum);
@@ -204,13 +204,34 @@ double commonDivisor(double a, double b)
 
 double commonMultiple(double a, double b) { return a == 0.0 || b == 0.0 ? 0.0 : a / commonDivisor(a, b) * b; }
 
+/// The numbers of the arguments as the functions from the analysis add-in see them: texts that read as
+/// numbers count wherever they stand, empty cells are 0, Booleans are refused.
+std::optional<Failure> strictNumbers(Call& call, FunctionRef<void(double)> visitor)
+{
+    std::optional<Failure> failure;
+    for (int i = 0; i < call.count() && !failure; ++i) {
+        std::int64_t empty = static_cast<std::int64_t>(call.rows(i)) * call.cols(i);
+        call.visit(i, [&](const Value& v, bool) {
+            const Value x = v.isBoolean() ? Value(Failure::Value) : toNumber(v, call.dates());
+            --empty;
+            if (x.isFailure())
+                failure = x.failure();
+            else
+                visitor(x.number());
+            return !failure;
+        });
+        if (empty > 0) visitor(0.0);
+    }
+    return failure;
+}
+
 /// Folds the whole parts of all numbers; each must be in [0, 2^53).
 template <double (*fold)(double, double)>
 Value foldWhole(Call& call)
 {
     bool first = true, valid = true;
     double result = 0.0;
-    const auto failure = call.numbers(0, [&](double x) {
+    const auto failure = strictNumbers(call, [&](double x) {
         const double whole = std::trunc(x);
         valid = valid && whole >= 0.0 && whole < kWholeLimit;
         if (valid) result = first ? whole : fold(result, whole);
@@ -226,7 +247,7 @@ Value foldWhole(Call& call)
 double factorial(double x)
 {
     const double n = std::trunc(x);
-    if (!(n >= 0.0 && n <= 170.0)) return kNaN;
+    if (!(x >= 0.0 && n <= 170.0)) return kNaN;
     return boost::math::unchecked_factorial<double>(static_cast<unsigned>(n));
 }
 
@@ -259,7 +280,7 @@ double combinations(double n, double k)
 double choose(double number, double chosen)
 {
     const double n = std::trunc(number), k = std::trunc(chosen);
-    return n >= k && k >= 0.0 ? combinations(n, k) : kNaN;
+    return n >= k && number >= 0.0 && chosen >= 0.0 ? combinations(n, k) : kNaN;
 }
 
 double chooseRepeated(double number, double chosen)
@@ -273,7 +294,7 @@ double chooseRepeated(double number, double chosen)
 double permutations(double number, double chosen)
 {
     const double n = std::trunc(number), k = std::trunc(chosen);
-    if (!(n >= k && k >= 0.0)) return kNaN;
+    if (!(n >= k && number >= 0.0 && chosen >= 0.0)) return kNaN;
     double result = 1.0;
     for (double i = 0.0; i < k && std::isfinite(result); i += 1.0) result *= n - i;
     return result;
@@ -285,14 +306,16 @@ double permutationsRepeated(double number, double chosen)
     return n >= 0.0 && k >= 0.0 ? std::pow(n, k) : kNaN;
 }
 
+constexpr double kMostThings = 2147483647.0; // to choose from
+
 /// (a + b + c ...)! / (a! b! c! ...), as a product of binomial coefficients.
 Value multinomial(Call& call)
 {
     bool valid = true;
     double total = 0.0, result = 1.0;
-    const auto failure = call.numbers(0, [&](double x) {
+    const auto failure = strictNumbers(call, [&](double x) {
         const double k = std::trunc(x);
-        valid = valid && k >= 0.0;
+        valid = valid && k >= 0.0 && total + k < kMostThings;
         if (!valid) return;
         total += k;
         result *= combinations(total, k);
@@ -307,8 +330,8 @@ Value randomNumber(Call& call) { return call.environment().random(); }
 
 Value randomBetween(Call& call)
 {
-    const double low = std::ceil(call.number(0)), high = std::floor(call.number(1));
-    if (low > high) return Failure::Num;
+    if (call.number(0) > call.number(1)) return Failure::Num;
+    const double low = std::ceil(call.number(0)), high = std::max(low, std::floor(call.number(1)));
     return finite(low + std::floor(call.environment().random() * (high - low + 1.0)));
 }
 
@@ -413,6 +436,7 @@ Value arabic(Call& call)
     const bool negative = !text.empty() && text.front() == '-';
     if (negative) text.remove_prefix(1);
     if (text.size() > 255) return Failure::Value;
+    if (negative && text.empty()) return Failure::Num;
     int sum = 0, largest = 0;
     for (std::size_t i = text.size();
          i-- > 0;) { // from the right: what is less than its right side counts off

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "sheet/format/Convert.h"
+
 namespace varnex3::sheet {
 
 double Sample::mean() const
@@ -27,6 +29,26 @@ Sample sampleFrom(Call& call, int first)
     Sample sample;
     sample.failure = call.numbers(first, [&](double v) { sample.x.push_back(v); });
     return sample;
+}
+
+std::optional<Failure> numbersWithTexts(const Call& call, TextsInArrays texts,
+                                        FunctionRef<void(double)> visitor)
+{
+    std::optional<Failure> failure;
+    for (int i = 0; i < call.count() && !failure; ++i) {
+        const bool array = call.value(i).isArray();
+        call.visit(i, [&](const Value& v, bool fromCell) {
+            if (fromCell && v.isEmpty()) return true;
+            if (array && (v.isBoolean() || (v.isText() && texts == TextsInArrays::LeaveOut))) return true;
+            const Value x = fromCell && v.isText() ? Value(0.0) : toNumber(v, call.dates());
+            if (x.isFailure())
+                failure = x.failure();
+            else
+                visitor(x.number());
+            return !failure;
+        });
+    }
+    return failure;
 }
 
 Sample sampleOf(Call& call, int i)

@@ -28,6 +28,14 @@ Sample sampleFrom(Call& call, int first); // of argument `first` and all that fo
 Sample sampleOf(Call& call, int i);       // of one argument
 Sample sortedSampleOf(Call& call, int i); // ascending
 
+/// What the functions ending in A make of texts in arrays.
+enum class TextsInArrays { LeaveOut, CountZero };
+
+/// The numbers as the functions ending in A see them: in cells texts count 0 and Booleans 1 and 0; in arrays
+/// Booleans are left out. Returns the first failure met, or nothing.
+std::optional<Failure> numbersWithTexts(const Call& call, TextsInArrays texts,
+                                        FunctionRef<void(double)> visitor);
+
 /// The numbers of two arguments of as many elements, where both elements are numbers. The failure is #N/A
 /// when the numbers of elements differ, else the first failure among the elements.
 struct Pairs {

@@ -17,20 +17,11 @@ namespace {
 
 // --- Spread ---------------------------------------------------------------------------------------------
 
-/// Numbers as the functions ending in A see them: of references and arrays texts count 0, Booleans 1 and 0.
 Sample sampleWithTexts(Call& call)
 {
     Sample sample;
-    for (int i = 0; i < call.count() && !sample.failure; ++i)
-        call.visit(i, [&](const Value& v, bool fromCell) {
-            if (v.isEmpty() && fromCell) return true;
-            const Value x = fromCell && v.isText() ? Value(0.0) : toNumber(v, call.dates());
-            if (x.isFailure())
-                sample.failure = x.failure();
-            else
-                sample.x.push_back(x.number());
-            return !sample.failure;
-        });
+    sample.failure =
+        numbersWithTexts(call, TextsInArrays::LeaveOut, [&](double x) { sample.x.push_back(x); });
     return sample;
 }
 
@@ -473,18 +464,18 @@ constexpr FunctionRow rows[] = {
     {"STDEV",           {kSeries},                                                       Trait::Pure, deviation,             "standard deviation estimated from a sample",          "=ROUND(STDEV(2,4,4,4,5,5,7,9),6)",                         "2.13809"},
     {"STDEV.P",         {kSeries},                                                       Trait::Pure, deviationOfAll,        "standard deviation of a whole population",            "=STDEV.P(2,4,4,4,5,5,7,9)",                                "2"},
     {"STDEV.S",         {kSeries},                                                       Trait::Pure, deviation,             "standard deviation estimated from a sample",          "=STDEV.S(1,3,5)",                                          "2"},
-    {"STDEVA",          {kSeries},                                                       Trait::Pure, deviationA,            "STDEV that counts texts as 0 and TRUE as 1",          "=STDEVA({2,\"a\",4})",                                     "2"},
+    {"STDEVA",          {kSeries},                                                       Trait::Pure, deviationA,            "STDEV that counts texts as 0 and TRUE as 1",          "=STDEVA(2,FALSE,4)",                                     "2"},
     {"STDEVP",          {kSeries},                                                       Trait::Pure, deviationOfAll,        "standard deviation of a whole population",            "=STDEVP(2,4,4,4,5,5,7,9)",                                 "2"},
-    {"STDEVPA",         {kSeries},                                                       Trait::Pure, deviationOfAllA,       "STDEVP that counts texts as 0 and TRUE as 1",         "=STDEVPA({\"a\",4})",                                      "2"},
+    {"STDEVPA",         {kSeries},                                                       Trait::Pure, deviationOfAllA,       "STDEVP that counts texts as 0 and TRUE as 1",         "=STDEVPA(FALSE,4)",                                      "2"},
     {"STEYX",           {array(), array()},                                              Trait::Pure, standardError,         "standard error of y about the line through points",   "=ROUND(STEYX({2,3,9,1,8,7,5},{6,5,11,7,5,4,4}),6)",        "3.305719"},
     {"TREND",           {array(), optional(array()), optional(array()), boolean(true)},  Trait::Pure, trend,                 "values of the line through points",                   "=ROUND(TREND({1,9,5,7},{0,4,2,3},5),9)",                   "11"},
     {"TRIMMEAN",        {range(), number()},                                             Trait::Pure, trimmedMean,           "mean without a share of the extremes",                "=ROUND(TRIMMEAN({4,5,6,7,2,3,4,5,1,2,3},0.2),6)",          "3.777778"},
     {"VAR",             {kSeries},                                                       Trait::Pure, variance,              "variance estimated from a sample",                    "=VAR(1,3,5)",                                              "4"},
     {"VAR.P",           {kSeries},                                                       Trait::Pure, varianceOfAll,         "variance of a whole population",                      "=VAR.P(2,4,4,4,5,5,7,9)",                                  "4"},
     {"VAR.S",           {kSeries},                                                       Trait::Pure, variance,              "variance estimated from a sample",                    "=VAR.S(1,3,5)",                                            "4"},
-    {"VARA",            {kSeries},                                                       Trait::Pure, varianceA,             "VAR that counts texts as 0 and TRUE as 1",            "=VARA({2,\"a\",4})",                                       "4"},
+    {"VARA",            {kSeries},                                                       Trait::Pure, varianceA,             "VAR that counts texts as 0 and TRUE as 1",            "=VARA(2,FALSE,4)",                                       "4"},
     {"VARP",            {kSeries},                                                       Trait::Pure, varianceOfAll,         "variance of a whole population",                      "=VARP(2,4,4,4,5,5,7,9)",                                   "4"},
-    {"VARPA",           {kSeries},                                                       Trait::Pure, varianceOfAllA,        "VARP that counts texts as 0 and TRUE as 1",           "=VARPA({\"a\",4})",                                        "4"},
+    {"VARPA",           {kSeries},                                                       Trait::Pure, varianceOfAllA,        "VARP that counts texts as 0 and TRUE as 1",           "=VARPA(FALSE,4)",                                        "4"},
 };
 // clang-format on
 static_assert(wellFormed(rows));

@@ -34,7 +34,7 @@ TEST(Convert, ReadsNumbersFromText)
         {"-$1,000", -1000.0},
         {"$-5", -5.0},
         {"€ 2.5", 2.5},
-        {"3 £", 3.0},
+        {"3 £", kNone},
         {"(5)", -5.0},
         {"($1,000.50)", -1000.5},
         {"(-5)", kNone},
@@ -88,8 +88,10 @@ TEST(Convert, ReadsDatesAndTimesFromText)
         {"36:00", 1.5},
         {"1:30.5", 90.5 / 86400}, // minutes and seconds
         {"13:00 PM", kNone},
-        {"1:60", kNone},
-        {"12:", kNone},
+        {"1:60", 1.0 / 12}, // one part may be beyond its limit
+        {"36:60", kNone},
+        {"12:", 0.5},
+        {"12::", kNone},
         {"2020-01-31 6:00", 43861.25},
         {"1/31/2020 6:00 PM", 43861.75},
         {"2020-01-31 6", kNone},
@@ -214,8 +216,9 @@ TEST(Convert, MatchesWildcards)
         {"abc", "a~*c", false},
         {"a?", "a~?", true},
         {"a~", "a~~", true},
-        {"a~b", "a~b", true},
-        {"a~", "a~", true},
+        {"ab", "a~b", true}, // a tilde is never looked for unless doubled
+        {"a~b", "a~b", false},
+        {"a", "a~", true},
         {"xaay", "*a?y", true},
         {"abab", "*ab", true},
         {"mississippi", "m*iss*pi", true},
