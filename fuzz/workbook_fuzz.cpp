@@ -2,9 +2,9 @@
 // bounded time and memory.
 //
 // Input that begins like an archive is a whole file. A first byte 1 means separated values, a first byte 2
-// the content part of an open document spreadsheet. Any other input holds the texts of the parts of a
-// workbook in the order of kPartNames, a zero byte between them. Parts are packed first: check sums would
-// keep changes of one part from ever reaching the next.
+// the content part of an open document spreadsheet, a 3 one in one piece. Any other input holds the texts of
+// the parts of a workbook in the order of kPartNames, a zero byte between them. Parts are packed first: check
+// sums would keep changes of one part from ever reaching the next.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -125,8 +125,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string_view input(reinterpret_cast<const char*>(data), size);
     const char first = input.empty() ? '\0' : input[0];
     const std::string file =
-        input.substr(0, 2) == "PK" ? std::string(input)
-        : first == '\1'            ? std::string(input.substr(1))
+        input.substr(0, 2) == "PK"       ? std::string(input)
+        : first == '\1' || first == '\3' ? std::string(input.substr(1))
         : first == '\2' ? packed(std::string(input.substr(1)) + std::string("\0x", 2), kDocumentNames)
                         : packed(input, kPartNames);
     try {

@@ -109,8 +109,8 @@ std::optional<char> statedSeparator(std::string_view& text)
 }
 
 /// How well a separator parts the first records: fields per record when all have the same number, a little
-/// less when they differ; 0 when it parts nothing.
-double fitOf(std::string_view text, char separator)
+/// less when they differ; 0 when it parts nothing. `whole`: the text has not been cut off.
+double fitOf(std::string_view text, bool whole, char separator)
 {
     constexpr std::size_t kRecords = 50;
     Fields fields(text, separator);
@@ -118,7 +118,8 @@ double fitOf(std::string_view text, char separator)
     std::vector<int> counts(1, 1);
     for (;;) {
         const auto after = fields.next(field);
-        if (after == Fields::After::Unclosed) return 0.0;
+        if (after == Fields::After::Unclosed && whole) return 0.0;
+        if (after == Fields::After::Unclosed) break;
         if (after == Fields::After::Separator) ++counts.back();
         if (after == Fields::After::End) break;
         if (after != Fields::After::Line) continue;
@@ -134,10 +135,13 @@ char separatorOf(std::string_view text, std::string_view path)
 {
     if (lowerCase(endingOf(path)) != ".csv") return '\t';
     constexpr std::array<char, 4> kCandidates = {',', ';', '\t', '|'};
+    constexpr std::size_t kLookAhead = std::size_t{1} << 20; // lines may be of any length
+    const std::size_t cut = text.size() > kLookAhead ? text.rfind('\n', kLookAhead) : std::string_view::npos;
+    text = text.substr(0, cut == std::string_view::npos ? text.size() : cut);
     char best = ',';
     double bestFit = 0.0;
     for (char candidate : kCandidates) {
-        const double fit = fitOf(text, candidate);
+        const double fit = fitOf(text, cut == std::string_view::npos, candidate);
         if (fit > bestFit) best = candidate;
         bestFit = std::max(fit, bestFit);
     }
@@ -292,7 +296,10 @@ void readSeparatedValues(std::string_view bytes, const std::string& path, BookBu
         fail(path, "the file is larger than the limit of " +
                        std::to_string(std::min(limits.fileBytes, limits.textBytes)) + " bytes");
     const auto whole = decoded(bytes);
-    if (!whole) fail(path, "this is no text file of separated values");
+    if (!whole)
+        fail(path,
+             "this is no text file of separated values: it holds zero bytes, as files of other kinds do, and "
+             "texts in UTF-16 without its mark; save it as UTF-8");
     std::string_view text = *whole;
     const auto stated = statedSeparator(text);
     builder.settings({});

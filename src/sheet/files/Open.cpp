@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 #include "sheet/csv/Reader.h"
@@ -12,6 +13,8 @@
 
 namespace varnex3::sheet {
 namespace {
+
+constexpr std::size_t kHeadBytes = 4096;
 
 /// By their first bytes archives, old binary workbooks, markup and the like are no separated values whatever
 /// they are called.
@@ -36,6 +39,15 @@ std::string contentOf(const std::string& path, std::size_t most)
     return bytes;
 }
 
+/// The text of a flat document; nothing for other files.
+std::optional<std::string> flatDocument(const std::string& path, std::size_t most)
+{
+    std::error_code code;
+    if (!std::filesystem::is_regular_file(path, code)) return std::nullopt;
+    if (!ods::isFlatDocument(contentOf(path, kHeadBytes))) return std::nullopt;
+    return contentOf(path, most);
+}
+
 FileKind readArchive(xlsx::Package& package, BookBuilder& builder)
 {
     if (!ods::isOpenDocument(package)) {
@@ -58,6 +70,10 @@ FileKind openFile(const std::string& path, BookBuilder& builder, const ReadLimit
             return FileKind::SeparatedValues;
         }
     }
+    if (const auto flat = flatDocument(path, limits.fileBytes)) {
+        ods::readFlatSpreadsheet(*flat, path, builder, limits);
+        return FileKind::OpenDocument;
+    }
     xlsx::Package package(path, limits);
     return readArchive(package, builder);
 }
@@ -69,6 +85,10 @@ FileKind openFile(std::span<const std::byte> bytes, const std::string& name, Boo
     if (csv::isSeparatedValues(name) && mayBeText(text)) {
         csv::readSeparatedValues(text, name, builder, limits);
         return FileKind::SeparatedValues;
+    }
+    if (ods::isFlatDocument(text)) {
+        ods::readFlatSpreadsheet(text, name, builder, limits);
+        return FileKind::OpenDocument;
     }
     xlsx::Package package(bytes, name, limits);
     return readArchive(package, builder);

@@ -14,7 +14,7 @@ namespace varnex3::sheet {
 
 enum class FileKind {
     Workbook,        // .xlsx, .xlsm: can be saved back
-    OpenDocument,    // .ods
+    OpenDocument,    // .ods, .fods
     SeparatedValues, // .csv, .tsv
 };
 

@@ -13,6 +13,7 @@ namespace {
 /// So many trees are kept for comparison and for texts; a book with more different formulas than that has
 /// them parsed again when asked, which keeps its memory in bounds.
 constexpr std::size_t kTreesKept = 20000;
+constexpr std::size_t kNodesKept = 2'000'000; // of all these trees
 
 bool has(const Tree& tree, NodeKind kind)
 {
@@ -104,7 +105,9 @@ CodeId FormulaTable::intern(std::string_view text, const CellAddress& cell, bool
             (other.tree ? *other.tree == tree : treeOf(other) == tree))
             return at->second;
     }
-    if (structured || codes_.size() < kTreesKept) { // a text does not hold what it was bound to
+    const bool small = codes_.size() < kTreesKept && nodesKept_ + tree.nodes.size() <= kNodesKept;
+    if (structured || small) { // a text does not hold what it was bound to
+        nodesKept_ += tree.nodes.size();
         shared->tree = std::make_unique<Tree>(std::move(tree));
     } else {
         shared->source = text;

@@ -94,6 +94,7 @@ private:
 
     std::vector<std::unique_ptr<SharedCode>> codes_;
     std::unordered_multimap<std::size_t, CodeId> byHash_;
+    std::size_t nodesKept_ = 0;
     std::vector<FormulaCell> cells_;
     std::vector<FormulaId> free_;
     std::vector<Area> blocks_;

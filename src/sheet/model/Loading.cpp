@@ -1,4 +1,6 @@
 // sheet/model/Loading.cpp - the book as a file reader fills it.
+#include <algorithm>
+
 #include "sheet/formula/Parser.h"
 #include "sheet/model/BookImpl.h"
 #include "sheet/model/Externals.h"
@@ -94,7 +96,8 @@ void Book::Impl::sharedMaster(const CellAddress& cell, std::uint32_t group, std:
 {
     const CodeId code = formulas.intern(text, cell, false, *this);
     sharedGroups[groupKey(cell.sheet, group)] = code;
-    if (refersToOtherBooks(text, cell)) externalGroups[groupKey(cell.sheet, group)] = {cell, std::string(text)};
+    if (refersToOtherBooks(text, cell))
+        externalGroups[groupKey(cell.sheet, group)] = {cell, std::string(text)};
     const Slot slot = makeCell(cell);
     storeLoaded(formulas.add(slot, code), slot, std::move(value));
 }
@@ -147,6 +150,7 @@ void Book::Impl::finishLoading()
     loadedSheets = store.sheetCount();
     sharedGroups.clear();
     externalGroups.clear();
+    for (std::vector<std::int32_t>& rows : hiddenRows) std::sort(rows.begin(), rows.end());
     closeAreas();
     for (FormulaId f = 0; f < formulas.size(); ++f)
         if (formulas.isAlive(f) && formulas.spills(f) && formulas.isBlock(f)) recalculation.checkSpill(f);

@@ -64,10 +64,7 @@ void Book::Impl::hiddenRow(SheetIndex sheet, std::int32_t row)
 {
     const auto s = static_cast<std::size_t>(sheet);
     if (s >= hiddenRows.size()) hiddenRows.resize(s + 1);
-    std::vector<std::int32_t>& rows = hiddenRows[s];
-    if (rows.empty() || rows.back() < row) return rows.push_back(row);
-    const auto at = std::lower_bound(rows.begin(), rows.end(), row);
-    if (*at != row) rows.insert(at, row);
+    hiddenRows[s].push_back(row); // in order once loading ends
 }
 
 Environment::Row Book::Impl::row(SheetIndex sheet, std::int32_t row) const

@@ -29,8 +29,9 @@ constexpr std::string_view kManifest = "urn:oasis:names:tc:opendocument:xmlns:ma
 constexpr const char* kContent = "content.xml";
 constexpr std::size_t kMaxSheets = 65535;
 constexpr int kMaxIterations = 32767;
-constexpr std::size_t kMostRepeatedFormulas = 1'000'000; // few bytes could ask for any number of them
-constexpr std::uint32_t kMostSpaces = 32767;             // that one element may stand for
+constexpr std::size_t kMostRepeatedFormulas = 100'000; // few bytes could ask for any number of them
+constexpr std::uint32_t kMostSpaces = 32767;           // that one element may stand for
+constexpr std::size_t kMostSpacesInAll = 16 << 20;
 
 std::string_view orEmpty(const char* attribute)
 {
@@ -196,7 +197,7 @@ private:
     {
         switch (parent) {
         case Node::Document:
-            if (tag.space != kOffice || tag.name != "document-content")
+            if (tag.space != kOffice || (tag.name != "document-content" && tag.name != "document"))
                 throw XmlProblem{"it is no document content"};
             return Node::Root;
         case Node::Root: return tag.space == kOffice && tag.name == "body" ? Node::Body : Node::LeftOut;
@@ -214,6 +215,8 @@ private:
             openCell(tag);
             return Node::Cell;
         case Node::Cell:
+            if (tag.space == kTable && tag.name == "table")
+                notices_.tell("inner table", where(), "a table within the cell is left out");
             if (tag.space != kText || tag.name != "p") return Node::LeftOut;
             if (paragraphs_++ > 0) append("\n");
             return Node::Paragraph;
@@ -235,6 +238,11 @@ private:
         if (tag.name == "named-expressions") return Node::Names;
         if (tag.name == "data-pilot-tables")
             notices_.tell("pivot", "workbook", "a pivot table is not refreshed: its stored values are kept");
+        if (tag.name == "dde-links")
+            notices_.tell("program link", "workbook",
+                          "values from other programs are not fetched: formulas that use them are #NAME?");
+        if (tag.name == "label-ranges")
+            notices_.tell("labels", "workbook", "formulas that name cells by their headings are #NAME?");
         return Node::LeftOut;
     }
 
@@ -363,8 +371,14 @@ private:
 
     void closeRow()
     {
+        std::size_t filled = 0; // before any is told: few bytes could ask for any number
+        for (const Cell& cell : cells_) filled += static_cast<std::size_t>(cell.count);
+        if (const std::size_t most = package_.limits().cells;
+            filled * repeated_ > most - std::min(told_, most))
+            package_.fail(where(), "the file has more cells than the limit of " + std::to_string(most));
+        if (filled > 0 && repeated_ > static_cast<std::uint32_t>(kMaxRows - row_))
+            throw XmlProblem{"more rows than the 1048576 that a sheet has"};
         for (std::uint32_t i = 0; i < repeated_ && !cells_.empty(); ++i) {
-            if (row_ >= kMaxRows) throw XmlProblem{"more rows than the 1048576 that a sheet has"};
             for (const Cell& cell : cells_)
                 for (std::int32_t k = 0; k < cell.count; ++k) tell(cell, cell.col + k);
             tellVisibility();
@@ -437,13 +451,16 @@ private:
         if (tag.space != kText) return Node::LeftOut;
         if (tag.name == "s") {
             const std::uint32_t count = std::min(repetitions(tag.attribute(kText, "c")), kMostSpaces);
+            spaces_ += count;
+            if (spaces_ > kMostSpacesInAll) throw XmlProblem{"more than 16 MiB of repeated spaces"};
             append(std::string(count, ' '));
         } else if (tag.name == "tab") {
             append("\t");
         } else if (tag.name == "line-break") {
             append("\n");
-        } else if (tag.name == "span" || tag.name == "a") {
-            return Node::Inline;
+        } else {
+            return tag.name == "ruby-text" || tag.name == "note" ? Node::LeftOut
+                                                                 : Node::Inline; // fields, too
         }
         return Node::LeftOut;
     }
@@ -524,7 +541,7 @@ private:
     {
         const bool repeated = repeated_ > 1 || cell.count > 1;
         if (repeated && ++repeatedFormulas_ > kMostRepeatedFormulas)
-            package_.fail(where(), "the file repeats formulas more than a million times");
+            package_.fail(where(), "the file repeats formulas more than 100000 times");
         const std::string text = formulaText(cell.formula, books_);
         if (text.empty()) return;
         if (cell.matrixRows == 0 || isCovered(at.col)) {
@@ -550,6 +567,7 @@ private:
     std::size_t sheetCount_ = 0;
     std::size_t told_ = 0; // cells so far
     std::size_t repeatedFormulas_ = 0;
+    std::size_t spaces_ = 0; // that elements stood for
 
     // The current sheet and row.
     SheetIndex sheet_ = 0;
@@ -601,6 +619,23 @@ bool isEncrypted(xlsx::Package& package)
 } // namespace
 
 bool isOpenDocument(const xlsx::Package& package) { return package.has("mimetype") && package.has(kContent); }
+
+bool isFlatDocument(std::string_view bytes)
+{
+    constexpr std::size_t kHead = 4096;
+    std::string_view head = bytes.substr(0, kHead);
+    if (head.starts_with("\xEF\xBB\xBF")) head.remove_prefix(3);
+    const std::size_t first = head.find_first_not_of(" \t\r\n");
+    return first != std::string_view::npos && head[first] == '<' &&
+           head.find(kOffice) != std::string_view::npos;
+}
+
+void readFlatSpreadsheet(std::string_view bytes, const std::string& name, BookBuilder& builder,
+                         const ReadLimits& limits)
+{
+    xlsx::Package package(name, kContent, bytes, limits);
+    readSpreadsheet(package, builder);
+}
 
 void readSpreadsheet(xlsx::Package& package, BookBuilder& builder)
 {

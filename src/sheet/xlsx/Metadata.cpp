@@ -246,11 +246,15 @@ std::string MetadataEdit::entryElement() const
            std::to_string(record) + "\"/></" + prefix_ + "bk>";
 }
 
-std::string spillMetadataPart()
+std::string spillMetadataPart(bool strict)
 {
     MetadataEdit edit{CellMetadata{}};
     XmlCopier(edit).parse("<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
-                          "<metadata xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"/>",
+                          "<metadata xmlns=\"" +
+                              std::string(strict
+                                              ? "http://purl.oclc.org/ooxml/spreadsheetml/main"
+                                              : "http://schemas.openxmlformats.org/spreadsheetml/2006/main") +
+                              "\"/>",
                           true);
     return edit.out;
 }

@@ -65,6 +65,6 @@ private:
 };
 
 /// A new metadata part whose only entry is that of spilling formulas.
-std::string spillMetadataPart();
+std::string spillMetadataPart(bool strict);
 
 } // namespace varnex3::sheet::xlsx

@@ -245,6 +245,14 @@ Package::Package(std::span<const std::byte> bytes, const std::string& name, cons
     listParts();
 }
 
+Package::Package(const std::string& name, std::string part, std::string_view content,
+                 const ReadLimits& limits)
+    : fileName_(name), limits_(limits), onlyPart_(std::move(part)), onlyContent_(content)
+{
+    if (content.size() > limits_.fileBytes)
+        fail("", "the file is larger than the limit of " + std::to_string(limits_.fileBytes) + " bytes");
+}
+
 Package::~Package() = default;
 
 void Package::listParts()
@@ -263,11 +271,31 @@ void Package::listParts()
         fail("", "this is a text document or a presentation, not a workbook");
 }
 
-bool Package::has(const std::string& part) const { return archive_->parts.count(normalized(part)) != 0; }
+bool Package::has(const std::string& part) const
+{
+    return archive_ ? archive_->parts.count(normalized(part)) != 0 : normalized(part) == onlyPart_;
+}
+
+void Package::readAlone(XmlHandler& handler)
+{
+    XmlParser parser(handler, limits_.depth);
+    try {
+        for (std::size_t at = 0; at <= onlyContent_.size();) {
+            const std::string_view piece = onlyContent_.substr(at, kPieceBytes);
+            if (!piece.empty()) std::memcpy(parser.buffer(kPieceBytes), piece.data(), piece.size());
+            parser.parse(static_cast<int>(piece.size()), piece.empty());
+            at += std::max<std::size_t>(piece.size(), 1);
+        }
+    } catch (const XmlProblem& problem) {
+        fail(handler.where(), problem.text + "; " + kDamaged);
+    }
+}
 
 void Package::read(const std::string& part, XmlHandler& handler)
 {
+    if (!archive_ && has(part)) return readAlone(handler);
     const std::string partWhere = "part " + part;
+    if (!archive_) fail(partWhere, "is missing");
     const auto found = archive_->parts.find(normalized(part));
     if (found == archive_->parts.end()) fail(partWhere, std::string("is missing; ") + kDamaged);
     if (found->second.twice) fail(partWhere, std::string("is in the file more than once; ") + kDamaged);

@@ -28,6 +28,8 @@ class Package {
 public:
     Package(const std::string& path, const ReadLimits& limits);
     Package(std::span<const std::byte> bytes, const std::string& name, const ReadLimits& limits);
+    /// A file that is one part itself, without an archive around it; `content` outlives the package.
+    Package(const std::string& name, std::string part, std::string_view content, const ReadLimits& limits);
     ~Package();
     Package(const Package&) = delete;
     Package& operator=(const Package&) = delete;
@@ -52,10 +54,13 @@ private:
     struct Archive;
 
     void listParts();
+    void readAlone(XmlHandler& handler);
 
     std::string fileName_;
     ReadLimits limits_;
-    std::unique_ptr<Archive> archive_;
+    std::unique_ptr<Archive> archive_; // null: of one part
+    std::string onlyPart_;
+    std::string_view onlyContent_;
     std::size_t expanded_ = 0;
     std::size_t text_ = 0;
 };

@@ -26,6 +26,7 @@ public:
         switch (tag.depth) {
         case 1:
             if (tag.name != "workbook") throw XmlProblem{"it is no workbook part"};
+            result_.strict = tag.isStrict();
             return true;
         case 2: return openSection(tag);
         case 3: return openItem(tag);
@@ -54,7 +55,10 @@ private:
     bool openSection(const Tag& tag)
     {
         if (tag.name == "workbookPr") {
-            if (parseFlag(tag.attribute("date1904"), false)) result_.settings.dates = DateSystem::From1904;
+            if (parseFlag(tag.attribute("date1904"), false))
+                result_.settings.dates = DateSystem::From1904;
+            else
+                result_.isoDates = !parseFlag(tag.attribute("dateCompatibility"), true);
         } else if (tag.name == "calcPr") {
             readCalculation(tag);
         } else if (tag.name == "sheets") {
@@ -95,6 +99,7 @@ private:
         CalculationSettings& settings = result_.settings;
         settings.manual = textOf(tag.attribute("calcMode")) == "manual";
         settings.iterate = parseFlag(tag.attribute("iterate"), false);
+        result_.asShown = !parseFlag(tag.attribute("fullPrecision"), true);
         if (const auto count = parseIndex(textOf(tag.attribute("iterateCount"))))
             settings.maxIterations = static_cast<int>(std::clamp<std::uint32_t>(*count, 1, kMaxIterations));
         if (const auto delta = parseDouble(textOf(tag.attribute("iterateDelta"))))

@@ -44,6 +44,9 @@ struct WorkbookPart {
     std::vector<ListedSheet> sheets;
     std::vector<ListedName> names;
     std::vector<std::string> externalLinks; // relationship ids in the order that formulas count them
+    bool asShown = false;                   // numbers are to be rounded as their formats show them
+    bool isoDates = false;                  // 1900 is no leap year
+    bool strict = false;                    // in the vocabulary of the standard's strict form
 };
 WorkbookPart readWorkbookPart(Package& package, const std::string& part);
 

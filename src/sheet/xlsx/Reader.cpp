@@ -22,6 +22,7 @@ using xlsx::Package;
 using xlsx::Relationship;
 
 constexpr std::size_t kMaxSheets = 65535;
+constexpr int kMaxTables = 10000;
 
 std::string lowerCase(std::string text)
 {
@@ -149,6 +150,14 @@ private:
 
     void tellBookFeatures()
     {
+        if (workbook_.asShown)
+            notices_.tell("precision", "workbook",
+                          "the file wants numbers rounded as shown; they are calculated in full precision");
+        if (workbook_.isoDates)
+            notices_.tell(
+                "dates", "workbook",
+                "the file counts dates by the calendar as it is; here 1900 has a 29 February, and dates "
+                "before March 1900 are a day off");
         std::vector<std::string> links;
         for (const std::string& id : workbook_.externalLinks) {
             const Relationship* link = findById(id);
@@ -173,6 +182,8 @@ private:
     {
         for (const Relationship& r : package_.relationships(sheet.part)) {
             if (r.external || r.type != "table" || !package_.has(r.target)) continue;
+            if (++tables_ > kMaxTables)
+                package_.fail(quoted(sheet.name), "the workbook has more than 10000 tables");
             xlsx::TablePart part = xlsx::readTable(package_, r.target);
             part.table.area.sheet = sheet.index;
             if (!part.sound) {
@@ -212,8 +223,9 @@ private:
     xlsx::WorkbookPart workbook_;
     std::vector<Relationship> relationships_;
     std::unordered_map<std::string, const Relationship*> byId_; // the first of equal ones
-    std::vector<Sheet> sheets_;                                 // worksheets in tab order
-    std::vector<std::optional<SheetIndex>> position_;           // of all sheets, to the builder's index
+    int tables_ = 0;
+    std::vector<Sheet> sheets_;                       // worksheets in tab order
+    std::vector<std::optional<SheetIndex>> position_; // of all sheets, to the builder's index
 };
 
 } // namespace

@@ -117,6 +117,10 @@ private:
 
     bool openSection(const Tag& tag)
     {
+        if (tag.isMain("sheetPr") && parseFlag(tag.attribute("transitionEvaluation"), false))
+            context_.notices.tell("evaluation", name_,
+                                  "the sheet wants texts counted as 0 and the like, as an older program did; "
+                                  "its formulas are calculated as those of any other sheet");
         inMerges_ = tag.isMain("mergeCells");
         if (inMerges_) return true;
         if (!tag.isMain("autoFilter")) return tag.isMain("sheetData");
@@ -170,7 +174,7 @@ private:
         inCell_ = false;
         type_ = CellType::Number;
         style_ = 0;
-        dynamic_ = false;
+        dynamic_ = rich_ = false;
         const char* reference = nullptr;
         const char* type = nullptr;
         for (const char* const* a = tag.attributes; *a; a += 2) {
@@ -178,6 +182,7 @@ private:
             if (name == "r") reference = a[1];
             if (name == "t") type = a[1];
             if (name == "s") style_ = parseIndex(a[1]).value_or(0);
+            if (name == "vm") rich_ = parseIndex(a[1]).value_or(0) != 0;
             if (name == "cm") dynamic_ = context_.metadata.isSpilling(parseIndex(a[1]).value_or(0));
         }
         if (reference) {
@@ -231,6 +236,9 @@ private:
                        : kind == "array"     ? FormulaType::Array
                        : kind == "dataTable" ? FormulaType::DataTable
                                              : FormulaType::Plain;
+        if (formulaType_ == FormulaType::Plain && kind != "normal")
+            notice("formula type", "the formula is of an unknown type \"" + std::string(kind.substr(0, 40)) +
+                                       "\": it is read as one of this cell alone");
         areaText_ = area ? area : "";
         if (formulaType_ == FormulaType::DataTable) table_ = tableOf(tag);
         group_ = group ? parseIndex(group) : std::nullopt;
@@ -241,6 +249,9 @@ private:
         if (hasInline_ || hasValue_ || formulaType_ != FormulaType::None) {
             countCells(1);
             if (formulaType_ == FormulaType::None) {
+                if (rich_ && type_ == CellType::Failure)
+                    notice("rich value", "the cell holds a picture or a record of a data type: it is read as "
+                                         "the error value that the file has in its place");
                 tellConstant(value());
             } else {
                 tellFormula();
@@ -455,6 +466,7 @@ private:
     std::string typeText_;
     std::uint32_t style_ = 0;
     bool dynamic_ = false;
+    bool rich_ = false; // refers to a value that the cell's own text does not tell
     bool hasValue_ = false, hasInline_ = false;
     FormulaType formulaType_ = FormulaType::None;
     std::string value_, formula_, areaText_;

@@ -11,9 +11,9 @@ namespace varnex3::sheet::xlsx {
 
 namespace {
 
-constexpr std::string_view kSheetBegin =
-    "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"
-    "<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><sheetData>";
+constexpr std::string_view kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n";
+constexpr std::string_view kMain = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
+constexpr std::string_view kStrictMain = "http://purl.oclc.org/ooxml/spreadsheetml/main";
 constexpr std::string_view kSheetEnd = "</sheetData></worksheet>";
 
 bool holdsSomething(const BandCell& cell) { return cell.formula || !cell.value->isEmpty(); }
@@ -83,13 +83,18 @@ void appendCell(std::string& out, const Book& book, const BandCell& cell, const 
 
 class NewSheet final : public PartText {
 public:
-    NewSheet(const Book& book, SheetIndex sheet, std::uint32_t spillEntry)
-        : book_(book), sheet_(sheet), spillEntry_(spillEntry), lastRow_(book.used(sheet).row1)
+    NewSheet(const Book& book, SheetIndex sheet, std::uint32_t spillEntry, bool strict)
+        : book_(book), sheet_(sheet), spillEntry_(spillEntry), strict_(strict),
+          lastRow_(book.used(sheet).row1)
     {}
 
     bool more(std::string& out) override
     {
-        if (nextRow_ == 0) out += kSheetBegin;
+        if (nextRow_ == 0)
+            out.append(kDeclaration)
+                .append("<worksheet xmlns=\"")
+                .append(strict_ ? kStrictMain : kMain)
+                .append("\"><sheetData>");
         if (nextRow_ > lastRow_) return false;
         cells_.clear();
         book_.band(sheet_, nextRow_, cells_);
@@ -113,15 +118,17 @@ private:
     const Book& book_;
     SheetIndex sheet_;
     std::uint32_t spillEntry_;
+    bool strict_;
     std::int32_t lastRow_, nextRow_ = 0;
     std::vector<BandCell> cells_;
 };
 
 } // namespace
 
-std::unique_ptr<PartText> newSheetPart(const Book& book, SheetIndex sheet, std::uint32_t spillEntry)
+std::unique_ptr<PartText> newSheetPart(const Book& book, SheetIndex sheet, std::uint32_t spillEntry,
+                                       bool strict)
 {
-    return std::make_unique<NewSheet>(book, sheet, spillEntry);
+    return std::make_unique<NewSheet>(book, sheet, spillEntry, strict);
 }
 
 bool writesSpills(const Book& book, SheetIndex sheet, bool changedOnly)

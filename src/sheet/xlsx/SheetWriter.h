@@ -24,8 +24,9 @@ public:
 };
 
 /// A whole worksheet part with the content of a sheet. `spillEntry` is what marks spilling formulas: their
-/// entry of the metadata part.
-std::unique_ptr<PartText> newSheetPart(const Book& book, SheetIndex sheet, std::uint32_t spillEntry);
+/// entry of the metadata part; `strict` asks for the vocabulary of the standard's strict form.
+std::unique_ptr<PartText> newSheetPart(const Book& book, SheetIndex sheet, std::uint32_t spillEntry,
+                                       bool strict);
 
 /// Whether a sheet has a formula that is to be marked as spilling, among those that differ from the file or
 /// among all.

@@ -38,6 +38,7 @@ constexpr const char* kSheetType =
 constexpr const char* kMetadataType =
     "application/vnd.openxmlformats-officedocument.spreadsheetml.sheetMetadata+xml";
 constexpr const char* kTypes = "http://schemas.openxmlformats.org/officeDocument/2006/relationships/";
+constexpr const char* kStrictTypes = "http://purl.oclc.org/ooxml/officeDocument/relationships/";
 constexpr const char* kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n";
 constexpr const char* kMain = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
 
@@ -359,8 +360,9 @@ private:
             requireEnding(targetPath_, type.found);
         }
         relationships_ = package_.relationships(workbookPart_);
-        for (const ListedSheet& sheet : readWorkbookPart(package_, workbookPart_).sheets)
-            listed_.push_back(listedSheet(sheet));
+        const WorkbookPart workbook = readWorkbookPart(package_, workbookPart_);
+        strict_ = workbook.strict;
+        for (const ListedSheet& sheet : workbook.sheets) listed_.push_back(listedSheet(sheet));
         matchSheets();
     }
 
@@ -488,8 +490,9 @@ private:
         do id = "rId" + std::to_string(++lastId_);
         while (std::any_of(relationships_.begin(), relationships_.end(),
                            [&](const Relationship& r) { return r.id == id; }));
-        addedRelationships_.push_back("Relationship Id=\"" + id + "\" Type=\"" + kTypes + type +
-                                      "\" Target=\"" + part + "\"");
+        addedRelationships_.push_back("Relationship Id=\"" + id + "\" Type=\"" +
+                                      (strict_ ? kStrictTypes : kTypes) + type + "\" Target=\"" + part +
+                                      "\"");
         addedTypes_.push_back("Override PartName=\"/" + folder() + part + "\" ContentType=\"" + contentType +
                               "\"");
         return id;
@@ -515,7 +518,7 @@ private:
         }
         for (int n = 0; part.empty() || target_.has(folder() + part); ++n)
             part = "metadata" + (n == 0 ? std::string() : std::to_string(n)) + ".xml";
-        const std::string text = spillMetadataPart();
+        const std::string text = spillMetadataPart(strict_);
         target_.put(
             folder() + part, [text] { return std::make_unique<FixedText>(text); }, text.size());
         addPart(part, "sheetMetadata", kMetadataType);
@@ -538,9 +541,9 @@ private:
 
     void putSheet(const std::string& part, SheetIndex sheet)
     {
-        const std::uint64_t size = measured(*newSheetPart(book_, sheet, spillEntry_));
+        const std::uint64_t size = measured(*newSheetPart(book_, sheet, spillEntry_, strict_));
         target_.put(
-            part, [this, sheet] { return newSheetPart(book_, sheet, spillEntry_); }, size);
+            part, [this, sheet] { return newSheetPart(book_, sheet, spillEntry_, strict_); }, size);
     }
 
     std::vector<WorkbookChanges::Name> namesOf() const
@@ -592,6 +595,7 @@ private:
     int lastId_ = 0;               // of the references that were added
     std::set<std::string> removedIds_;
     std::vector<std::string> removedParts_, addedRelationships_, addedTypes_;
+    bool strict_ = false; // in the vocabulary of the standard's strict form
     bool changed_ = false, listChanged_ = false, formulasChanged_ = false;
     Target target_; // last: gone before what its parts read from
 };
@@ -645,7 +649,7 @@ void writeNew(const Book& book, const std::string& path)
             std::string("<Override PartName=\"/xl/metadata.xml\" ContentType=\"") + kMetadataType + "\"/>";
         relationships += "<Relationship Id=\"rId" + std::to_string(book.sheetCount() + 2) + "\" Type=\"" +
                          kTypes + "sheetMetadata\" Target=\"metadata.xml\"/>";
-        put("xl/metadata.xml", spillMetadataPart());
+        put("xl/metadata.xml", spillMetadataPart(false));
     }
     WorkbookChanges changes;
     for (SheetIndex i = 0; i < book.sheetCount(); ++i) {
@@ -673,10 +677,10 @@ void writeNew(const Book& book, const std::string& path)
     put("xl/_rels/workbook.xml.rels", relationships + "</Relationships>");
     put("xl/styles.xml", styles());
     for (SheetIndex i = 0; i < book.sheetCount(); ++i) {
-        const std::uint64_t size = measured(*newSheetPart(book, i, 1));
+        const std::uint64_t size = measured(*newSheetPart(book, i, 1, false));
         target.put(
             "xl/worksheets/sheet" + std::to_string(i + 1) + ".xml",
-            [&book, i] { return newSheetPart(book, i, 1); }, size);
+            [&book, i] { return newSheetPart(book, i, 1, false); }, size);
     }
     target.finish();
 }

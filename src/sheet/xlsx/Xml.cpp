@@ -58,6 +58,8 @@ const char* Tag::qualified(std::string_view wanted) const
     return nullptr;
 }
 
+bool Tag::isStrict() const { return space == kStrict; }
+
 bool Tag::isMain() const { return space.empty() || space == kTransitional || space == kStrict; }
 
 // Exceptions must not cross the C library: they are kept, parsing stops, and `parse` throws them on.

@@ -29,6 +29,7 @@ struct Tag {
     const char* qualified(std::string_view wanted) const;
     /// Whether the element belongs to the workbook vocabulary (transitional or strict) or to none.
     bool isMain() const;
+    bool isStrict() const;
     bool isMain(std::string_view wanted) const { return name == wanted && isMain(); }
 };
 

@@ -48,7 +48,9 @@ TEST(Damaged, OtherFilesAreToldApart)
         {compound + wide("EncryptedPackage"), "remove the password and save it as .xlsx"},
         {std::string("\x09\x08\x10\x00", 4), "old binary format (.xls)"},
         {"name,amount\r\nx,1\r\n", "plain text, not a workbook"},
-        {"\xEF\xBB\xBF<?xml version=\"1.0\"?><office:document/>", ".fods"},
+        {"\xEF\xBB\xBF<?xml version=\"1.0\"?><o:document-content "
+         "xmlns:o=\"urn:oasis:names:tc:opendocument:xmlns:office:1.0\"/>",
+         "an open document, but no spreadsheet"},
         {"<html><table/></html>", "an XML or web page file"},
         {"%PDF-1.7", "PDF"},
         {std::string("\x7F\x45\x4C\x46\x00\x01", 6), "this is not an .xlsx workbook"},
@@ -221,6 +223,14 @@ TEST(Damaged, LimitsHoldWhileReading)
                 HasSubstr("the texts of the file"));
     EXPECT_THAT(refusal(ofRows(R"(<row><c><f t="array" ref="A1:XFD1048576">1</f></c></row>)")),
                 HasSubstr("more cells than the limit"));
+    Parts many = {{"xl/t.xml", "<table displayName=\"T\" ref=\"A1\"><tableColumns><tableColumn "
+                               "name=\"a\"/></tableColumns></table>"}};
+    many.emplace_back("xl/worksheets/_rels/sheet1.xml.rels",
+                      "<Relationships>" +
+                          repeated(R"(<Relationship Id="r" Type="x/table" Target="/xl/t.xml"/>)", 10001) +
+                          "</Relationships>");
+    EXPECT_THAT(refusal(ofRows("", many)),
+                HasSubstr("sheet \"Data\": the workbook has more than 10000 tables"));
     const std::string bad = repeated("<row><c><v>?</v></c></row>", 5000);
     EXPECT_LT(recorded(ofRows(bad)).notices.size(), 30U);
 }

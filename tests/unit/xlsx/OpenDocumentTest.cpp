@@ -15,6 +15,12 @@ using testing::Not;
 using testing::StartsWith;
 
 std::string table(const std::string& rows) { return "<t:table t:name=\"Data\">" + rows + "</t:table>"; }
+std::string times(int n, const std::string& text)
+{
+    std::string all;
+    for (int i = 0; i < n; ++i) all += text;
+    return all;
+}
 std::string row(const std::string& cells) { return "<t:table-row>" + cells + "</t:table-row>"; }
 std::vector<std::string> cellsOf(const std::string& rows)
 {
@@ -73,7 +79,7 @@ TEST(OpenDocument, ReadsCellsOfEveryType)
                 R"(<t:table-cell o:value-type="date" o:date-value="2024-02-29T12:00:00"/>)"
                 R"(<t:table-cell o:value-type="date" o:date-value="1900-01-15"/>)"
                 R"(<t:table-cell o:value-type="time" o:time-value="PT30H15M00S"/>)") +
-            row(R"(<t:table-cell o:value-type="string"><x:p>a<x:s x:c="2"/>b<x:span>c</x:span></x:p><x:p>d</x:p>)"
+            row(R"(<t:table-cell o:value-type="string"><x:p>a<x:s x:c="2"/>b<x:span>c</x:span></x:p><x:p><x:title>d</x:title></x:p>)"
                 R"(<o:annotation><x:p>a note</x:p></o:annotation></t:table-cell>)"
                 R"(<t:covered-table-cell o:value-type="string" o:string-value="under"/>)"
                 R"(<t:table-cell t:formula="of:=1/0" o:value-type="string" c:value-type="error"><x:p>#DIV/0!</x:p></t:table-cell>)"
@@ -139,6 +145,17 @@ TEST(OpenDocument, DamageAndExcessAreRefused)
     };
     const Case cases[] = {
         {openDocument(""), "no sheet"},
+        {of(row("<t:table-cell o:value-type=\"string\"><x:p>" + times(600, "<x:s x:c=\"99999\"/>") +
+                "</x:p></t:table-cell>")),
+         "cell A1 (part content.xml): more than 16 MiB of repeated spaces"},
+        {of(times(100, "<t:table-row-group>")), "nested deeper than 64"},
+        {of(row(R"(<t:table-cell t:formula="of:=1" o:value-type="float" o:value="1" )"
+                R"(t:number-columns-repeated="11"/>)")),
+         "more cells than the limit"},
+        {flatDocument("<t:table/>"), "a.ods: a sheet has no name"},
+        {flatDocument(table(row("<t:table-cell>"))), "sheet \"Data\""},
+        {"<!DOCTYPE o [<!ENTITY a \"b\">]>" + flatDocument(table("")).substr(38),
+         "document type declaration"},
         {openDocument("<t:table/>"), "a sheet has no name"},
         {of(row("<t:table-cell>")), "sheet \"Data\""},
         {of(R"(<t:table-row t:number-rows-repeated="2147483647">)" + std::string(kOne) + "</t:table-row>"),
@@ -162,9 +179,32 @@ TEST(OpenDocument, DamageAndExcessAreRefused)
         SCOPED_TRACE(c.says);
         EXPECT_THAT(refusalAs("a.ods", c.bytes, few), AllOf(StartsWith("a.ods: "), HasSubstr(c.says)));
     }
-    const std::string whole = of(row(kOne + std::string(kOne)));
-    for (std::size_t length = 0; length < whole.size(); length += 1 + length / 40)
-        EXPECT_THAT(refusalAs("a.ods", whole.substr(0, length)), Not(IsEmpty())) << length;
+    const std::string formula = R"(<t:table-cell t:formula="of:=1" t:number-columns-repeated="16384"/>)";
+    EXPECT_THAT(refusalAs("a.ods", of(times(7, row(formula)))),
+                HasSubstr("repeats formulas more than 100000"));
+    for (const std::string& whole :
+         {of(row(kOne + std::string(kOne))), flatDocument(table(row(kOne + std::string(kOne))))})
+        for (std::size_t length = 0; length < whole.size(); length += 1 + length / 40)
+            EXPECT_THAT(refusalAs("a.ods", whole.substr(0, length)), Not(IsEmpty())) << length;
+}
+
+TEST(OpenDocument, ReadsFlatDocuments)
+{
+    const std::string bytes =
+        flatDocument(table(row(kOne + std::string(R"(<t:table-cell t:formula="of:=[.A1]"/>)"))));
+    for (const char* name : {"a.fods", "a.xml", "a.xlsx"})
+        EXPECT_THAT(recordedAs(name, "\xEF\xBB\xBF" + bytes).cells,
+                    ElementsAre("A1 = 1", "B1 : A1 -> nothing"));
+}
+
+TEST(OpenDocument, TellsWhatItLeavesOut)
+{
+    const Recorder found = recordedAs(
+        "a.ods", openDocument(table(row("<t:table-cell><t:table t:is-sub-table=\"true\"/></t:table-cell>")) +
+                              "<t:dde-links/><t:label-ranges/>"));
+    EXPECT_THAT(found.notices,
+                ElementsAre("sheet \"Data\", cell A1: a table within the cell is left out",
+                            HasSubstr("values from other programs"), HasSubstr("by their headings")));
 }
 
 } // namespace

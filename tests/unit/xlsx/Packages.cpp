@@ -173,17 +173,27 @@ std::string refusal(const std::string& bytes, const ReadLimits& limits)
     return refusalAs("book.xlsx", bytes, limits);
 }
 
-std::string openDocument(const std::string& spreadsheet)
+namespace {
+std::string documentMarkup(const std::string& root, const std::string& spreadsheet)
 {
     const std::string names = "urn:oasis:names:tc:opendocument:xmlns:";
-    return zipped(
-        {{"mimetype", "application/vnd.oasis.opendocument.spreadsheet"},
-         {"content.xml",
-          "<o:document-content xmlns:o=\"" + names + "office:1.0\" xmlns:t=\"" + names +
-              "table:1.0\" xmlns:x=\"" + names +
-              "text:1.0\" xmlns:c=\"urn:org:documentfoundation:names:experimental:calc:xmlns:calcext:1.0\">"
-              "<o:body><o:spreadsheet>" +
-              spreadsheet + "</o:spreadsheet></o:body></o:document-content>"}});
+    return "<o:" + root + " xmlns:o=\"" + names + "office:1.0\" xmlns:t=\"" + names +
+           "table:1.0\" xmlns:x=\"" + names +
+           "text:1.0\" xmlns:c=\"urn:org:documentfoundation:names:experimental:calc:xmlns:calcext:1.0\">"
+           "<o:body><o:spreadsheet>" +
+           spreadsheet + "</o:spreadsheet></o:body></o:" + root + ">";
+}
+} // namespace
+
+std::string openDocument(const std::string& spreadsheet)
+{
+    return zipped({{"mimetype", "application/vnd.oasis.opendocument.spreadsheet"},
+                   {"content.xml", documentMarkup("document-content", spreadsheet)}});
+}
+
+std::string flatDocument(const std::string& spreadsheet)
+{
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n" + documentMarkup("document", spreadsheet);
 }
 
 } // namespace varnex3::sheet::test

@@ -60,5 +60,7 @@ std::string refusalAs(const std::string& name, const std::string& bytes, const R
 
 /// An open document spreadsheet: what stands inside <office:spreadsheet>.
 std::string openDocument(const std::string& spreadsheet);
+/// The same as one piece of markup, without an archive.
+std::string flatDocument(const std::string& spreadsheet);
 
 } // namespace varnex3::sheet::test

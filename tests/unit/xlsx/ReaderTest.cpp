@@ -95,6 +95,24 @@ TEST(Reader, ReadsWhatFitsNoTypeAsTextAndSaysSo)
     EXPECT_THAT(told.notices[0], HasSubstr("sheet \"Data\", cell A1: the value \"1,5\""));
 }
 
+// What changes values and is not evaluated is named.
+TEST(Reader, TellsWhatItDoesNotEvaluate)
+{
+    const Recorder told = recorded(zipped(workbookParts(
+        "", {{"xl/worksheets/sheet1.xml",
+              "<worksheet xmlns=\"" + kMain +
+                  R"("><sheetPr transitionEvaluation="1"/><sheetData><row><c><f t="odd">1</f></c>)"
+                  R"(<c t="e" vm="1"><v>#VALUE!</v></c></row></sheetData></worksheet>)"},
+             {"xl/workbook.xml",
+              workbook(R"(<workbookPr dateCompatibility="0"/><sheets><sheet name="Data" r:id="rId1"/>)"
+                       R"(</sheets><calcPr fullPrecision="0"/>)")}})));
+    EXPECT_THAT(told.cells, ElementsAre("A1 : 1 -> nothing", "B1 = #VALUE!"));
+    EXPECT_THAT(told.notices, ElementsAre(HasSubstr("rounded as shown"), HasSubstr("dates by the calendar"),
+                                          HasSubstr("texts counted as 0"),
+                                          HasSubstr("cell A1: the formula is of an unknown type"),
+                                          HasSubstr("cell B1: the cell holds a picture")));
+}
+
 TEST(Reader, PlacesCellsWithoutReferencesByOrder)
 {
     EXPECT_THAT(

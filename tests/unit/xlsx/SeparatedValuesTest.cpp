@@ -103,7 +103,7 @@ TEST(SeparatedValues, RefusesWhatIsNone)
     few.cells = 3;
     EXPECT_THAT(refusalAs("a.csv", "1,2\n3,\"4\n5\n"),
                 AllOf(StartsWith("a.csv: line 2: "), HasSubstr("never closed")));
-    EXPECT_THAT(refusalAs("a.csv", std::string("a\0b", 3)), HasSubstr("no text file"));
+    EXPECT_THAT(refusalAs("a.csv", std::string("a\0b", 3)), HasSubstr("holds zero bytes"));
     EXPECT_THAT(refusalAs("a.csv", "1,2,3,4", few), HasSubstr("more cells than the limit of 3"));
     EXPECT_THAT(refusalAs("a.csv", std::string(16384, ',') + "1"), HasSubstr("more fields than the 16384"));
     EXPECT_THAT(refusalAs("a.csv", std::string(1048576, '\n') + "1"),

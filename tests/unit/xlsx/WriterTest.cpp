@@ -200,6 +200,28 @@ TEST_F(Writer, AddsSheetsWhereEverySheetDeclaresItsPrefix)
     EXPECT_EQ(load(path("out.xlsx"))->value({1, 0, 0}), Value(2.0));
 }
 
+// A file in the strict form gets no part in the other one.
+TEST_F(Writer, AddsSheetsToStrictFiles)
+{
+    Parts parts = workbookParts("<row r=\"1\"><c r=\"A1\"><v>3</v></c></row>");
+    const std::pair<std::string, std::string> names[] = {
+        {kMain, "http://purl.oclc.org/ooxml/spreadsheetml/main"},
+        {kTypes, "http://purl.oclc.org/ooxml/officeDocument/relationships"}};
+    for (auto& part : parts)
+        for (const auto& [transitional, strict] : names)
+            for (std::size_t at = 0; (at = part.second.find(transitional, at)) != std::string::npos;)
+                part.second.replace(at, transitional.size(), strict);
+    const auto book = loadParts(parts);
+    book->setContent({book->addSheet("New"), 0, 0}, "=SEQUENCE(Data!A1)");
+    book->calculate();
+    saveWorkbook(*book, path("in.xlsx"), path("out.xlsx"));
+    for (const auto& [name, content] : entriesOf(path("out.xlsx"), 0))
+        EXPECT_THAT(content, Not(HasSubstr("schemas.openxmlformats.org/spreadsheetml"))) << name;
+    const auto again = load(path("out.xlsx"));
+    EXPECT_EQ(again->value({1, 2, 0}), Value(3.0));
+    EXPECT_TRUE(again->spills({1, 0, 0}));
+}
+
 TEST_F(Writer, RemovesAndRenamesSheets)
 {
     const auto book = loadParts(macroWorkbook(), "in.xlsm");
@@ -356,7 +378,7 @@ TEST_F(Writer, ChangesCellsWhereTheyStand)
 TEST(Metadata, GetsAnEntryForSpills)
 {
     const std::string begin = "<metadata xmlns=\"" + kMain + "\">", end = "</metadata>";
-    const std::string kind = xlsx::spillMetadataPart();
+    const std::string kind = xlsx::spillMetadataPart(false);
     const auto between = [&](const std::string& from, const std::string& to) {
         const std::size_t at = kind.find(from);
         return kind.substr(at, kind.find(to) + to.size() - at);
