@@ -38,7 +38,7 @@ bool Typist::instruction(std::size_t at)
             return true;
         }
         if (!v.isText() && !v.isFailure()) return false;
-        stack_.push_back({constant(std::nan("")), v.kind(), false, true});
+        stack_.push_back({constant(std::nan("")), v.kind(), false, true, in.operand});
         return true;
     }
     case Op::Cell:
@@ -55,7 +55,10 @@ bool Typist::instruction(std::size_t at)
     case Op::Unary: return !anyStops(1) && unary(static_cast<Operator>(in.detail));
     case Op::Binary:
     case Op::FinalBinary: return !anyStops(2) && operation(in);
-    case Op::Call: return !anyStops(code_.calls[in.operand].count) && call(code_.calls[in.operand]);
+    case Op::Call: {
+        const CallSite& site = code_.calls[in.operand];
+        return anyStops(site.count) ? body(site) : call(site);
+    }
     case Op::SetLocal:
         if (anyStops(1)) return false;
         locals_.resize(std::max(locals_.size(), std::size_t{in.operand} + 1));

@@ -37,19 +37,20 @@ struct TypedTemplate {
         TypedOp op = TypedOp::Copy;
         TypedOperand d, a, b, c, e;
         std::uint32_t target = 0;
-        std::uint32_t table = 0; // of Find and Pick
+        std::uint32_t table = 0; // of Find, Pick and Body
         double (*one)(double) = nullptr;
         double (*two)(double, double) = nullptr;
     };
     /// How a place is read.
     struct Reading {
         std::uint32_t place = 0;
-        bool allowsBoolean = false; // the reader converts it to 1 or 0
-        bool allowsEmpty = true;    // an empty cell is 0
-        bool isRun = false;         // numbers of the area, everything else left out
-        bool needsNumber = false;   // of a run: there must be one
-        bool isPlain = false;       // of a run: a row or column of nothing but numbers
-        bool allowsAny = false;     // only its kind counts
+        bool allowsBoolean = false;    // the reader converts it to 1 or 0
+        bool allowsEmpty = true;       // an empty cell is 0
+        bool isRun = false;            // numbers of the area, everything else left out
+        bool needsNumber = false;      // of a run: there must be one
+        bool isPlain = false;          // of a run: a row or column of nothing but numbers
+        bool allowsAny = false;        // only its kind counts
+        std::int32_t row = 0, col = 0; // of one cell of an area, from 1; col 0: counted along the area
     };
 
     /// How many numbers some readings have, and some more; refused when there are fewer than `fewest`.
@@ -67,11 +68,14 @@ struct TypedTemplate {
     /// A table in which a step looks up.
     struct Table {
         TypedTable::How how = TypedTable::How::Exact;
+        bool fromEnd = false;
         std::uint32_t keys = 0, values = 0; // places
         bool hasValues = false;
-        std::int32_t line = 0;    // of one place with both: the column (or row) of the result, from 1; else 0
-        bool rowwise = false;     // keys in its first row
-        bool numbersOnly = false; // a result of another kind would be taken for an error
+        /// Of one place with both: the column (or row) of the result, from 1; else 0.
+        std::int32_t line = 0;
+        static constexpr std::int32_t kLongest = -1; // keys in the longer side, results opposite (LOOKUP)
+        bool rowwise = false;                        // keys in its first row
+        bool numbersOnly = false;                    // a result of another kind would be taken for an error
     };
 
     bool possible = false;
@@ -83,6 +87,7 @@ struct TypedTemplate {
     std::vector<Count> counts;
     std::vector<Question> questions;
     std::vector<Table> tables;
+    std::vector<TypedBody> bodies; // their operands are a, b and c of the step
     std::uint32_t temporaries = 0;
 };
 
@@ -91,7 +96,8 @@ TypedTemplate makeTypedTemplate(const Code& code);
 /// Slots for the constants and temporaries of typed code.
 class TypedPool {
 public:
-    explicit TypedPool(Store& store) : store_(store) {}
+    TypedPool(Store& store, Environment& environment) : store_(store), environment_(environment) {}
+    Environment& environment() const { return environment_; }
     Slot constant(double x);
     Slot temporary(std::uint32_t i);
 
@@ -99,6 +105,7 @@ private:
     Slot take();
 
     Store& store_;
+    Environment& environment_;
     std::unordered_map<std::uint64_t, Slot> constants_;
     std::vector<Slot> temporaries_;
     Slot next_ = 0, end_ = 0;

@@ -32,8 +32,9 @@ private:
     struct Entry {
         Operand operand;
         Kind kind = Kind::Number;
-        bool isArea = false; // operand is a place whose cells are meant
-        bool stops = false;  // a value that typed code does not go on with: a text, an error
+        bool isArea = false;     // operand is a place whose cells are meant
+        bool stops = false;      // a value that typed code does not go on with: a text, an error
+        std::uint32_t value = 0; // of those: which constant of the code
     };
     struct Branch {
         std::size_t otherwise = 0, end = 0; // jumps to be aimed
@@ -51,6 +52,7 @@ private:
     bool unary(Operator op);
     bool operation(const Instruction& in);
     bool call(const CallSite& site);
+    bool body(const CallSite& site);
     bool fold(const CallSite& site, TypedOp run, double start, TypedOp joining);
     bool average(const CallSite& site);
     bool extreme(const CallSite& site, TypedOp run);
@@ -59,6 +61,9 @@ private:
     bool products(const CallSite& site);
     bool lookUp(const CallSite& site, bool rowwise);
     bool match(const CallSite& site);
+    bool lookUpSorted(const CallSite& site);
+    bool lookUpByMode(const CallSite& site, bool position);
+    bool find(std::size_t arguments, const TypedTemplate::Table& table);
     bool index(const CallSite& site);
     Operand count(const CallSite& site, double less, double fewest);
     std::optional<double> constantAt(std::size_t position) const;

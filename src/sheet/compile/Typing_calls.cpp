@@ -13,6 +13,7 @@ bool Typist::call(const CallSite& site)
     const FunctionRow& row = *site.row;
     const std::string_view name = row.name;
     if (name == "INDEX") return index(site);
+    if (name == "XLOOKUP") return lookUpByMode(site, false);
     if (row.traits != Trait::Pure || site.count == 0) return false;
     if (name == "AVERAGE") return average(site);
     if (name == "COUNT") {
@@ -34,6 +35,8 @@ bool Typist::call(const CallSite& site)
     if (name == "VLOOKUP") return lookUp(site, false);
     if (name == "HLOOKUP") return lookUp(site, true);
     if (name == "MATCH") return match(site);
+    if (name == "LOOKUP") return lookUpSorted(site);
+    if (name == "XMATCH") return lookUpByMode(site, true);
     if (name == "PRODUCT") return fold(site, TypedOp::ProductRun, 1.0, TypedOp::Multiply);
     if (name == "DEVSQ") return statistic(site, {}, false);
     if (name == "SUM") return fold(site, TypedOp::SumRun, 0.0, TypedOp::Add);
@@ -66,7 +69,7 @@ bool Typist::call(const CallSite& site)
         push(step.d);
         return true;
     }
-    return false;
+    return body(site);
 }
 
 /// The arguments in order, each joined to what came before.
@@ -141,77 +144,6 @@ bool Typist::products(const CallSite& site)
     const Operand x = read(first.operand.index, true), y = read(second.operand.index, true);
     typed_.readings[x.index].isPlain = typed_.readings[y.index].isPlain = true;
     drop(2, emit(TypedOp::ProductsRun, x, constant(0.0), {}, y).d);
-    return true;
-}
-
-std::optional<double> Typist::constantAt(std::size_t position) const
-{
-    const Entry& e = stack_[position];
-    if (e.isArea || e.operand.from != From::Constant) return std::nullopt;
-    return typed_.constants[e.operand.index];
-}
-
-/// VLOOKUP and HLOOKUP of a number in a table of constant numbers.
-bool Typist::lookUp(const CallSite& site, bool rowwise)
-{
-    const std::size_t first = stack_.size() - site.count;
-    if (site.missing != 0 || stack_[first].isArea || stack_[first].kind != Kind::Number ||
-        !stack_[first + 1].isArea)
-        return false;
-    const auto line = constantAt(first + 2);
-    const auto sorted = site.count > 3 ? constantAt(first + 3) : std::optional(1.0);
-    if (!line || !sorted || !(*line >= 1.0 && *line <= kMaxColumns)) return false;
-    TypedTemplate::Table table;
-    table.how = *sorted != 0.0 ? TypedTable::How::Ascending : TypedTable::How::Exact;
-    table.keys = stack_[first + 1].operand.index;
-    table.line = static_cast<std::int32_t>(*line);
-    table.rowwise = rowwise;
-    typed_.tables.push_back(table);
-    Step& step = emit(TypedOp::Find, stack_[first].operand);
-    step.table = static_cast<std::uint32_t>(typed_.tables.size() - 1);
-    drop(site.count, step.d);
-    return true;
-}
-
-bool Typist::match(const CallSite& site)
-{
-    const std::size_t first = stack_.size() - site.count;
-    if (site.missing != 0 || stack_[first].isArea || stack_[first].kind != Kind::Number ||
-        !stack_[first + 1].isArea)
-        return false;
-    const auto type = site.count > 2 ? constantAt(first + 2) : std::optional(1.0);
-    if (!type) return false;
-    const Operand& sought = stack_[first].operand; // an empty cell is looked for as itself, not as 0
-    if (sought.from == From::Place) typed_.readings[sought.index].allowsEmpty = false;
-    TypedTemplate::Table table;
-    table.how = *type == 0.0  ? TypedTable::How::Exact
-                : *type > 0.0 ? TypedTable::How::Ascending
-                              : TypedTable::How::Descending;
-    table.keys = stack_[first + 1].operand.index;
-    typed_.tables.push_back(table);
-    Step& step = emit(TypedOp::Find, stack_[first].operand);
-    step.table = static_cast<std::uint32_t>(typed_.tables.size() - 1);
-    drop(site.count, step.d);
-    return true;
-}
-
-/// INDEX of one cell among constant ones.
-bool Typist::index(const CallSite& site)
-{
-    const std::size_t first = stack_.size() - site.count;
-    if (site.missing != 0 || site.count < 2 || site.count > 3 || !stack_[first].isArea) return false;
-    for (std::size_t i = first + 1; i < stack_.size(); ++i)
-        if (stack_[i].isArea) return false;
-    TypedTemplate::Table table;
-    table.how = TypedTable::How::Pick;
-    table.values = stack_[first].operand.index;
-    table.line = static_cast<std::int32_t>(site.count) - 1; // numbers given
-    typed_.tables.push_back(table);
-    const Operand row = arithmetic(stack_[first + 1]);
-    const Operand col = site.count > 2 ? arithmetic(stack_[first + 2]) : constant(1.0);
-    Step& step = emit(TypedOp::Pick, row, col);
-    step.table = static_cast<std::uint32_t>(typed_.tables.size() - 1);
-    drop(site.count, step.d);
     return true;
 }
 

@@ -30,6 +30,7 @@ public:
     bool place(Slot result);
 
 private:
+    static std::optional<CellAddress> picked(const Area& area, const TypedTemplate::Reading& reading);
     bool settle(const TypedTemplate::Reading& reading);
     bool settleRun(const Area& area, const TypedTemplate::Reading& reading);
     bool settleCount(const TypedTemplate::Count& count);
@@ -56,13 +57,26 @@ private:
     std::vector<std::uint32_t> tables_; // of the template -> of the program
 };
 
+/// The cell that INDEX means.
+std::optional<CellAddress> Placer::picked(const Area& area, const TypedTemplate::Reading& reading)
+{
+    std::int32_t row = reading.row, col = reading.col;
+    if (col == 0 && area.rows() > 1 && area.cols() > 1) return std::nullopt; // a whole row
+    if (col == 0) {
+        col = area.rows() == 1 ? row : 1;
+        row = area.rows() == 1 ? 1 : row;
+    }
+    if (row > area.rows() || col > area.cols()) return std::nullopt;
+    return CellAddress{area.sheet, area.row0 + row - 1, area.col0 + col - 1};
+}
+
 bool Placer::settle(const TypedTemplate::Reading& reading)
 {
     const Place& p = code_.places[reading.place];
     const auto area = resolve(p, here_);
     if (!area) return false;
     if (reading.isRun) return settleRun(*area, reading);
-    const auto cell = implicitCell(*area, here_);
+    const auto cell = reading.row > 0 ? picked(*area, reading) : implicitCell(*area, here_);
     if (!cell) return false;
     const Slot slot = store_.make(*cell);
     const Kind kind = store_.value(slot).kind();
@@ -161,6 +175,7 @@ bool Placer::settleTable(const TypedTemplate::Table& table)
     if (!whole || place.lastSheet >= 0) return false;
     TypedTable made;
     made.how = table.how;
+    made.fromEnd = table.fromEnd;
     made.identity = {static_cast<std::int32_t>(table.how),
                      whole->sheet,
                      whole->row0,
@@ -169,13 +184,21 @@ bool Placer::settleTable(const TypedTemplate::Table& table)
                      whole->col1,
                      table.line,
                      table.rowwise ? 1 : 0,
+                     table.fromEnd ? 1 : 0,
                      table.numbersOnly ? 1 : 0};
+    Area keys = *whole, values = *whole;
+    if (table.hasValues) {
+        const auto results = resolve(code_.places[table.values], here_);
+        if (!results || code_.places[table.values].lastSheet >= 0) return false;
+        made.identity.insert(made.identity.end(),
+                             {results->sheet, results->row0, results->col0, results->row1, results->col1});
+        values = *results;
+    }
     for (std::uint32_t t = 0; t < program_.tables.size(); ++t) {
         if (program_.tables[t].identity != made.identity) continue;
         tables_.push_back(t);
         return true;
     }
-    Area keys = *whole, values = *whole;
     if (picks) {
         made.rows = static_cast<std::size_t>(whole->rows());
         made.cols = static_cast<std::size_t>(whole->cols());
@@ -185,14 +208,20 @@ bool Placer::settleTable(const TypedTemplate::Table& table)
     } else if (table.line == 0) {
         if (keys.rows() > 1 && keys.cols() > 1) return false;
         if (!readLine(keys, true, made.keyCells)) return false;
+        const bool alike = keys.rows() == values.rows() && keys.cols() == values.cols();
+        if (table.hasValues && (!alike || !readLine(values, false, made.cells))) return false;
     } else {
-        if (table.line > (table.rowwise ? whole->rows() : whole->cols())) return false;
-        if (table.rowwise) {
+        const bool longest = table.line == TypedTemplate::Table::kLongest;
+        const bool rowwise = longest ? whole->cols() > whole->rows() : table.rowwise;
+        const std::int32_t lines = rowwise ? whole->rows() : whole->cols();
+        const std::int32_t line = longest ? lines : table.line;
+        if (line > lines) return false;
+        if (rowwise) {
             keys.row1 = keys.row0;
-            values.row0 = values.row1 = whole->row0 + table.line - 1;
+            values.row0 = values.row1 = whole->row0 + line - 1;
         } else {
             keys.col1 = keys.col0;
-            values.col0 = values.col1 = whole->col0 + table.line - 1;
+            values.col0 = values.col1 = whole->col0 + line - 1;
         }
         if (!readLine(keys, true, made.keyCells) || !readLine(values, false, made.cells)) return false;
     }
@@ -260,6 +289,12 @@ void Placer::instruction(const Step& step, Slot result, bool isLast)
         } else {
             --in.c;
         }
+    } else if (step.op == TypedOp::Body) {
+        TypedBody body = typed_.bodies[step.table];
+        body.environment = &pool_.environment();
+        const auto known = std::find(program_.bodies.begin(), program_.bodies.end(), body);
+        in.e = static_cast<std::uint32_t>(known - program_.bodies.begin());
+        if (known == program_.bodies.end()) program_.bodies.push_back(std::move(body));
     } else if (step.op == TypedOp::Find) {
         in.b = tables_[step.table];
     } else if (step.op == TypedOp::Pick) {

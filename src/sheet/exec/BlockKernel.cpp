@@ -75,6 +75,27 @@ template <class F>
     return taken != 0;
 }
 
+/// Looks up each lane among the keys that it has itself; none when one of them is none.
+void findInLanes(double* d, const double* x, const std::uint32_t* list, const TypedTable& table,
+                 BlockRegisters& registers)
+{
+    const std::size_t count = table.keyCells.size();
+    for (std::size_t l = 0; l < kLanes; ++l) {
+        d[l] = kNoNumber;
+        bool known = isFinite(x[l]);
+        for (std::size_t k = 0; k < count; ++k) known = known && isFinite(registers.lanes(list[k])[l]);
+        if (!known) continue;
+        const std::size_t found =
+            table.position(x[l], [&](std::size_t k) { return registers.lanes(list[k])[l]; });
+        if (found == count) continue;
+        if (table.cells.empty()) {
+            d[l] = static_cast<double>(found + 1);
+        } else if (table.cells[found].second == Kind::Number) {
+            d[l] = registers.lanes(list[count + found])[l];
+        }
+    }
+}
+
 [[gnu::always_inline]] inline bool any(const std::uint64_t* mask)
 {
     std::uint64_t all = 0;
@@ -133,6 +154,12 @@ template <class F>
             for (std::size_t l = 0; l < kLanes; ++l)
                 d[l] = isFinite(pa[l]) && isFinite(pb[l]) ? tables[in.c].pick(pa[l], pb[l]) : kNoNumber;
             break;
+        case BlockOp::Body:
+            for (std::size_t l = 0; l < kLanes; ++l)
+                d[l] = isFinite(pa[l]) && isFinite(pb[l]) && isFinite(pc[l])
+                           ? code.bodies[in.e](pa[l], pb[l], pc[l])
+                           : kNoNumber;
+            break;
         case BlockOp::SumList:
             foldLanes(d, pb, list, in.c, registers, [](double s, double x) { return s + x; });
             break;
@@ -190,6 +217,16 @@ template <class F>
             break;
         case BlockOp::Merge:
             for (std::size_t l = 0; l < kLanes; ++l) d[l] = going[l] != 0 ? pa[l] : d[l];
+            break;
+        case BlockOp::FindList: findInLanes(d, pa, code.lists.data() + in.c, tables[in.e], registers); break;
+        case BlockOp::PickList:
+            for (std::size_t l = 0; l < kLanes; ++l) {
+                const TypedTable& table = tables[in.e];
+                const std::size_t k =
+                    isFinite(pa[l]) && isFinite(pb[l]) ? table.element(pa[l], pb[l]) : table.cells.size();
+                const bool there = k < table.cells.size() && table.cells[k].second == Kind::Number;
+                d[l] = there ? registers.lanes(code.lists[in.c + k])[l] : kNoNumber;
+            }
             break;
         case BlockOp::Holds:
             for (std::size_t l = 0; l < kLanes; ++l) {

@@ -40,6 +40,8 @@ enum class BlockOp : std::uint8_t {
     Merge, // d = a in the lanes that go on
     End,   // all go on
 
+    FindList, // as Find and Pick with table e, whose keys and then cells are the registers from lists[c] on
+    PickList,
     Holds, // d = 1 where a is a number; 0 where it is none, but b is one
 
     Formula, // d = formula a, which reads sources[a]
@@ -56,6 +58,7 @@ struct BlockCode {
     std::vector<double (*)(double)> ones;
     std::vector<double (*)(double, double)> twos;
     std::shared_ptr<std::vector<TypedTable>> tables;
+    std::vector<TypedBody> bodies;
     std::vector<std::vector<BlockSource>> sources; // by formula
     std::size_t depth = 0;                         // of IFs within one another
 };

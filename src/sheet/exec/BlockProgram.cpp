@@ -21,7 +21,9 @@ std::size_t operandsOf(BlockOp op)
     case BlockOp::If:
     case BlockOp::Take:
     case BlockOp::Merge: return 1;
-    case BlockOp::Holds: return 2;
+    case BlockOp::Holds:
+    case BlockOp::FindList:
+    case BlockOp::PickList: return 2;
     default: return 0;
     }
 }
@@ -80,12 +82,18 @@ private:
     bool instruction(std::size_t i);
     void operation(const TypedInstruction& in);
     void list(const TypedInstruction& in);
+    bool varies(const TypedTable& table) const;
+    void lookUp(const TypedInstruction& in);
+    static std::size_t tableCells(const TypedTable& table)
+    {
+        return table.keyCells.size() + table.cells.size();
+    }
     void formula(const TypedInstruction& in);
     void holds(const TypedInstruction& in);
     bool isUnsure(const BlockCode& code, const BlockInstruction& in) const;
     std::uint32_t emit(BlockInstruction in, bool constant);
     template <class F>
-    static void visitOperands(const BlockCode& code, const BlockInstruction& in, F f);
+    void visitOperands(const BlockCode& code, const BlockInstruction& in, F f) const;
     void dropUnneeded();
     void assignRegisters();
 
@@ -116,9 +124,16 @@ std::uint32_t BlockMaker::emit(BlockInstruction in, bool constant)
 bool BlockMaker::isUnsure(const BlockCode& code, const BlockInstruction& in) const
 {
     bool unsure = in.op == BlockOp::Given || in.op == BlockOp::PresentList || in.op == BlockOp::Formula;
-    const auto table = TypedInstruction{static_cast<TypedOp>(in.op), 0, 0, in.b, in.c, 0}.table();
-    if (in.op <= BlockOp::Pick && table)
+    auto table = TypedInstruction{static_cast<TypedOp>(in.op), 0, 0, in.b, in.c, 0}.table();
+    if (in.op > BlockOp::Pick) table = std::nullopt;
+    if (in.op == BlockOp::FindList || in.op == BlockOp::PickList) table = in.e;
+    if (table)
         for (const auto& [slot, kind] : typed_.tables[*table].cells) unsure = unsure || kind != Kind::Number;
+    // An error among the keys is passed over. The first variables are inputs, which have none.
+    for (std::size_t k = 0; in.op == BlockOp::FindList && k < typed_.tables[in.e].keyCells.size(); ++k) {
+        const std::uint32_t key = code.lists[in.c + k];
+        unsure = unsure || (key >= inputs_.size() && !fromCell_[key]);
+    }
     visitOperands(code, in, [&](std::uint32_t v) { unsure = unsure || unsure_[v]; });
     return unsure;
 }
@@ -177,6 +192,14 @@ bool BlockMaker::instruction(std::size_t i)
         current_[in.d] = taken;
         return true;
     }
+    case TypedOp::Find:
+    case TypedOp::Pick:
+        if (varies(typed_.tables[*in.table()])) {
+            lookUp(in);
+        } else {
+            operation(in);
+        }
+        return true;
     default: operation(in); return true;
     }
 }
@@ -193,12 +216,34 @@ void BlockMaker::operation(const TypedInstruction& in)
     current_[in.d] = emit(out, constant);
 }
 
+bool BlockMaker::varies(const TypedTable& table) const
+{
+    const auto differs = [&](const std::pair<Slot, Kind>& cell) {
+        const auto at = current_.find(cell.first);
+        return at != current_.end() && !fromCell_[at->second];
+    };
+    return std::any_of(table.keyCells.begin(), table.keyCells.end(), differs) ||
+           std::any_of(table.cells.begin(), table.cells.end(), differs);
+}
+
+/// Find and Pick among cells of which some differ from trial to trial.
+void BlockMaker::lookUp(const TypedInstruction& in)
+{
+    const TypedTable& table = typed_.tables[*in.table()];
+    const std::uint32_t a = read(in.a), b = in.op == TypedOp::Pick ? read(in.b) : a;
+    const auto first = static_cast<std::uint32_t>(program_.each_.lists.size());
+    for (const auto* cells : {&table.keyCells, &table.cells})
+        for (const auto& [slot, kind] : *cells) // what is no number is never taken
+            program_.each_.lists.push_back(kind == Kind::Number ? read(slot) : a);
+    const BlockOp op = in.op == TypedOp::Find ? BlockOp::FindList : BlockOp::PickList;
+    current_[in.d] = emit({op, 0, a, b, first, *in.table()}, false);
+}
+
 /// Whether a value is there. Where that may not be known, an error is none: such a trial stops.
 void BlockMaker::holds(const TypedInstruction& in)
 {
-    const std::uint32_t a = read(in.a), b = read(in.b);
-    const BlockInstruction out = unsure_[a] ? BlockInstruction{BlockOp::Given, 0, b, a, 0, 0}
-                                            : BlockInstruction{BlockOp::Holds, 0, a, b, 0, 0};
+    const std::uint32_t a = read(in.a), b = unsure_[a] ? a : read(in.b);
+    const BlockInstruction out{BlockOp::Holds, 0, a, b, 0, 0};
     current_[in.d] = emit(out, constant_[a] && constant_[b]);
 }
 
@@ -247,8 +292,10 @@ void BlockMaker::list(const TypedInstruction& in)
 }
 
 template <class F>
-void BlockMaker::visitOperands(const BlockCode& code, const BlockInstruction& in, F f)
+void BlockMaker::visitOperands(const BlockCode& code, const BlockInstruction& in, F f) const
 {
+    if (in.op == BlockOp::FindList || in.op == BlockOp::PickList)
+        for (std::size_t k = 0; k < tableCells(typed_.tables[in.e]); ++k) f(code.lists[in.c + k]);
     if (isList(in.op)) {
         for (std::uint32_t k = 0; k < in.c; ++k) f(code.lists[in.a + k]);
         f(in.b);
@@ -329,6 +376,9 @@ void BlockMaker::assignRegisters()
         } else if (in.op == BlockOp::Formula) {
             for (BlockSource& source : code.sources[in.a]) source.number = place[source.number];
         } else {
+            if (in.op == BlockOp::FindList || in.op == BlockOp::PickList)
+                for (std::size_t k = 0; k < tableCells(typed_.tables[in.e]); ++k)
+                    code.lists[in.c + k] = place[code.lists[in.c + k]];
             std::uint32_t* const operands[] = {&in.a, &in.b, &in.c, &in.e};
             const std::size_t used = operandsOf(in.op);
             for (std::size_t k = 0; k < used; ++k) *operands[k] = place[*operands[k]];
@@ -380,6 +430,7 @@ void BlockMaker::assignRegisters()
     for (BlockCode* code : {&program_.once_, &each}) {
         code->ones = typed_.ones;
         code->twos = typed_.twos;
+        code->bodies = typed_.bodies;
         code->tables = tables;
     }
 }

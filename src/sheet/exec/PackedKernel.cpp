@@ -63,6 +63,12 @@ template <class F>
         for (std::size_t l = 0; l < count; ++l)
             d[l] = isFinite(pa[l]) && isFinite(pb[l]) ? tables[in.c].pick(pa[l], pb[l]) : kNoNumber;
         break;
+    case PackedOp::BodyRow:
+        for (std::size_t l = 0; l < count; ++l)
+            d[l] = isFinite(pa[l]) && isFinite(pb[l]) && isFinite(pc[l])
+                       ? code.bodies[in.e](pa[l], pb[l], pc[l])
+                       : kNoNumber;
+        break;
     case PackedOp::LeastRow:
         for (std::size_t l = 0; l < count; ++l)
             d[l] = isFinite(pa[l]) ? (pa[l] < pb[l] ? pa[l] : pb[l]) : kNoNumber;
@@ -97,6 +103,7 @@ template <class F>
     const auto& ones = code.ones;
     const auto& twos = code.twos;
     const auto& tables = code.tables;
+    const auto& bodies = code.bodies;
     const auto number = [registers](std::uint32_t r) { return registers[r]; };
     std::uint32_t holds = 0; // where an error leads to
     for (const PackedInstruction* at = instructions + begin;; ++at) {
@@ -146,6 +153,8 @@ template <class F>
         }
 
         case PackedOp::Select: r = number(in.a) != 0.0 ? number(in.b) : number(in.c); break;
+        case PackedOp::FindAmong: r = tables[in.e].find(number(in.a), registers + in.c); break;
+        case PackedOp::PickAmong: r = tables[in.e].pick(number(in.a), number(in.b), registers + in.c); break;
         case PackedOp::JumpIfZero:
             if (number(in.a) == 0.0) at = instructions + in.d - 1;
             continue;

@@ -39,7 +39,8 @@ std::size_t operandsOf(PackedOp op)
 /// Whether a function or table is named behind the operands.
 bool hasNumber(PackedOp op)
 {
-    return op == PackedOp::One || op == PackedOp::Two || op == PackedOp::Find || op == PackedOp::Pick;
+    return op == PackedOp::One || op == PackedOp::Two || op == PackedOp::Find || op == PackedOp::Pick ||
+           op == PackedOp::Body;
 }
 bool isRun(PackedOp op) { return op >= PackedOp::SumRun && op <= PackedOp::ProductsRun; }
 /// The field with the position of another instruction; 0 for none.
@@ -179,6 +180,7 @@ private:
     std::uint32_t temporaryFor(Slot slot, bool joins);
     void emit(PackedInstruction in, Slot result);
     void run(std::size_t& i, std::size_t end);
+    void lookUp(const TypedInstruction& in);
     std::uint32_t fold(const PackedInstruction& in);
     void placeResult(std::uint32_t position, std::uint32_t value);
 
@@ -276,7 +278,7 @@ std::uint32_t PackedMaker::fold(const PackedInstruction& in)
 void PackedMaker::emit(PackedInstruction in, Slot result)
 {
     const auto fields = operandFields(in);
-    bool constant = true;
+    bool constant = in.op != PackedOp::FindAmong && in.op != PackedOp::PickAmong;
     if (isRun(in.op)) {
         const bool usesE = in.op == PackedOp::DeviationsRun || in.op == PackedOp::ProductsRun;
         constant = isConstant(in.a) && isConstant(in.b) && (!usesE || isConstant(in.e));
@@ -334,6 +336,20 @@ void PackedMaker::run(std::size_t& i, std::size_t end)
     emit(in, first.d);
 }
 
+/// Find or Pick among cells that change. What is no number there is none.
+void PackedMaker::lookUp(const TypedInstruction& in)
+{
+    const std::uint32_t number = *in.table();
+    const TypedTable& table = source_.typed.tables[number];
+    std::vector<std::uint32_t> cells;
+    for (const auto* part : {&table.keyCells, &table.cells})
+        for (const auto& [slot, kind] : *part) cells.push_back(kind == Kind::Number ? read(slot) : none_);
+    const bool finds = in.op == TypedOp::Find;
+    emit({finds ? PackedOp::FindAmong : PackedOp::PickAmong, false, 1, 0, read(in.a), finds ? 0 : read(in.b),
+          sideBySide(cells, gathers_), number},
+         in.d);
+}
+
 PackedMaker::Code PackedMaker::translate(std::uint32_t formula)
 {
     const std::vector<TypedInstruction>& typed = source_.typed.instructions;
@@ -355,6 +371,10 @@ PackedMaker::Code PackedMaker::translate(std::uint32_t formula)
         const auto op = static_cast<PackedOp>(in.op);
         if (isRun(op)) {
             run(i, end);
+            continue;
+        }
+        if (const auto table = in.table(); table && source_.typed.tables[*table].live) {
+            lookUp(in);
             continue;
         }
         PackedInstruction out{op, false, 1, in.d, in.a, in.b, in.c, in.e};
@@ -532,6 +552,7 @@ void PackedMaker::finish()
         code->ones = source_.typed.ones;
         code->twos = source_.typed.twos;
         code->tables = source_.typed.tables;
+        code->bodies = source_.typed.bodies;
     }
     for (const PackedSource::Formula& f : source_.formulas) {
         program_.positions_.push_back(f.position);

@@ -39,7 +39,10 @@ enum class PackedOp : std::uint16_t {
     Stop,
 
     Select, // d = b where a is not 0, c where it is 0
-    End,    // of a step
+    // As Find and Pick in table e, whose keys and then values are the registers from c on.
+    FindAmong,
+    PickAmong,
+    End, // of a step
 
 #define VARNEX3_NAME(name, operands, result) name##Row,
     VARNEX3_TYPED_OPERATIONS(VARNEX3_NAME)
@@ -67,6 +70,7 @@ struct PackedCode {
     std::span<double (*const)(double)> ones;
     std::span<double (*const)(double, double)> twos;
     std::span<const TypedTable> tables;
+    std::span<const TypedBody> bodies;
 };
 
 /// Runs the instructions from `begin` on. Gives the position of the one that stops it: an End, or the first

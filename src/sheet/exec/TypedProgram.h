@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "sheet/exec/TypedTable.h"
+#include "sheet/functions/Function.h"
 #include "sheet/value/Slot.h"
 #include "sheet/value/Value.h"
 
@@ -61,9 +63,11 @@ namespace varnex3::sheet {
 #define VARNEX3_LOOKUPS(OPERATION)                                                                           \
     OPERATION(Find, 1, tables[in.b].find(x))                                                                 \
     OPERATION(Pick, 2, tables[in.c].pick(x, y))
+#define VARNEX3_CALLS(OPERATION) OPERATION(Body, 3, bodies[in.e](x, y, z))
 #define VARNEX3_TYPED_OPERATIONS(OPERATION)                                                                  \
     VARNEX3_PLAIN_OPERATIONS(OPERATION)                                                                      \
-    VARNEX3_COMPARISONS(OPERATION) VARNEX3_GUARDED_OPERATIONS(OPERATION) VARNEX3_LOOKUPS(OPERATION)
+    VARNEX3_COMPARISONS(OPERATION)                                                                           \
+    VARNEX3_GUARDED_OPERATIONS(OPERATION) VARNEX3_LOOKUPS(OPERATION) VARNEX3_CALLS(OPERATION)
 
 /// The operands a, b, c and e are x, y, z and w, and d takes the result.
 enum class TypedOp : std::uint16_t {
@@ -87,32 +91,26 @@ enum class TypedOp : std::uint16_t {
     Try,   // from here on a result that is no number leads to instruction d, the Holds
     Holds, // d = 1; reached because of an error: d = 0. An error after it leads to the Holds c, kNoHolds:
            // stops. For blocks: it is about value a, of which b must be a number for an error to count
-    Stop, // a text or the like: nothing to go on with
+    Stop,  // a text or the like: nothing to go on with
 
     Formula, // d = formula a of BlockFormulas.h; in blocks only
 };
 
-/// Cells in which typed code looks something up. None of them changes while the code runs.
-struct TypedTable {
-    enum class How : std::uint8_t {
-        Exact,      // the first key that is the number sought
-        Ascending,  // the last one not greater, in keys that ascend
-        Descending, // the last one not less, in keys that descend
-        Pick,       // by row and column
+/// The body of a worksheet function of numbers, and constants for some of its arguments.
+struct TypedBody {
+    struct Argument {
+        std::int8_t operand = -1; // 0, 1 or 2; -1: the constant
+        bool isBoolean = false;
+        Value constant;
+        friend bool operator==(const Argument&, const Argument&) = default;
     };
-    How how = How::Exact;
-    std::vector<std::int32_t> identity;          // areas and what is taken from them
-    std::vector<std::pair<Slot, Kind>> keyCells; // all numbers
-    std::vector<std::pair<Slot, Kind>> cells;    // row by row; none: the position itself is the result
-    std::size_t rows = 0, cols = 0;
-    std::vector<double> keys, values; // as they are now; NaN for what is no number
-    bool isClear = false;             // keys that ascend are sought in, and all of them clearly apart
-    // Of a clear table, by the number of keys that are not above: the next key, and the result.
-    std::vector<double> above, results;
+    static constexpr std::size_t kMost = 8; // arguments
+    const FunctionRow* row = nullptr;
+    std::vector<Argument> arguments;
+    Environment* environment = nullptr; // asked for the date system alone
 
-    void read(const Value* store);
-    double find(double sought) const; // NaN when there is none
-    double pick(double row, double col) const;
+    double operator()(double x, double y, double z) const; // NaN for an error
+    friend bool operator==(const TypedBody&, const TypedBody&) = default;
 };
 
 inline constexpr std::uint32_t kNoHolds = 0xFFFFFFFFU;
@@ -136,6 +134,7 @@ struct TypedProgram {
     std::vector<double (*)(double)> ones;
     std::vector<double (*)(double, double)> twos;
     std::vector<TypedTable> tables;
+    std::vector<TypedBody> bodies;
 };
 
 } // namespace varnex3::sheet

@@ -2,6 +2,7 @@
 #include "sheet/model/Plan.h"
 
 #include <algorithm>
+#include <iterator>
 #include <tuple>
 #include <unordered_set>
 
@@ -49,14 +50,27 @@ void Plan::build(Store& store, FormulaTable& formulas, TypedPool& pool,
     });
     std::vector<bool> inPlan(formulas.size(), false);
     for (const FormulaId f : order.formulas) inPlan[f] = true;
+    const auto inside = [&](const std::pair<Slot, Kind>& operand) {
+        const FormulaId from = store.formula(operand.first);
+        return from != kNoFormula && inPlan[from];
+    };
 
     steps.clear();
     typedCode = {};
     operands.clear();
     expected.resize(order.formulas.size());
     PackedSource source{typedCode, {}, {}, {}, key};
-    std::vector<bool> fixedTables;
     std::uint64_t group = 0;
+    std::size_t tables = 0;
+    std::vector<bool> arrayTables;
+    const auto isArray = [&](const std::pair<Slot, Kind>& cell) {
+        const FormulaId from = store.formula(cell.first);
+        return from != kNoFormula && inPlan[from] && formulas.isBlock(from);
+    };
+    const auto readsArray = [&](const TypedTable& table) {
+        return std::any_of(table.keyCells.begin(), table.keyCells.end(), isArray) ||
+               std::any_of(table.cells.begin(), table.cells.end(), isArray);
+    };
     for (std::uint32_t i = 0; i < order.formulas.size(); ++i) {
         const FormulaId f = order.formulas[i], before = order.formulas[i > 0 ? i - 1 : 0];
         const Slot slot = formulas.cell(f).slot;
@@ -69,19 +83,15 @@ void Plan::build(Store& store, FormulaTable& formulas, TypedPool& pool,
                                 typedCode, operands);
         // The cells of an array formula change their kinds unseen; what the plan itself works out is checked
         // when it is there.
-        for (std::size_t k = known; fits && k < operands.size(); ++k) {
-            const FormulaId from = store.formula(operands[k].first);
-            if (from != kNoFormula && inPlan[from] && formulas.isBlock(from)) fits = false;
+        for (std::size_t k = known; fits && k < operands.size(); ++k) fits = !isArray(operands[k]);
+        for (; tables < typedCode.tables.size(); ++tables) {
+            TypedTable& table = typedCode.tables[tables];
+            table.live = !isFixed(table, store, inPlan);
+            arrayTables.push_back(table.live && readsArray(table));
         }
-        while (fixedTables.size() < typedCode.tables.size())
-            fixedTables.push_back(isFixed(typedCode.tables[fixedTables.size()], store, inPlan));
         for (std::size_t k = start; fits && k < typedCode.instructions.size(); ++k)
-            if (const auto table = typedCode.instructions[k].table()) fits = fixedTables[*table];
+            if (const auto table = typedCode.instructions[k].table()) fits = !arrayTables[*table];
         if (fits) {
-            const auto inside = [&](const std::pair<Slot, Kind>& operand) {
-                const FormulaId from = store.formula(operand.first);
-                return from != kNoFormula && inPlan[from];
-            };
             operands.erase(
                 std::remove_if(operands.begin() + static_cast<std::ptrdiff_t>(known), operands.end(), inside),
                 operands.end());
@@ -100,11 +110,10 @@ void Plan::build(Store& store, FormulaTable& formulas, TypedPool& pool,
         if (fits) source.steps.back().last = count;
     }
     program = PackedProgram::make(source);
-    for (std::size_t t = 0; t < fixedTables.size(); ++t) {
-        if (!fixedTables[t]) continue;
-        const TypedTable& table = typedCode.tables[t];
-        operands.insert(operands.end(), table.keyCells.begin(), table.keyCells.end());
-        operands.insert(operands.end(), table.cells.begin(), table.cells.end());
+    for (const TypedTable& table : typedCode.tables) {
+        std::remove_copy_if(table.keyCells.begin(), table.keyCells.end(), std::back_inserter(operands),
+                            inside);
+        std::remove_copy_if(table.cells.begin(), table.cells.end(), std::back_inserter(operands), inside);
     }
     std::sort(operands.begin(), operands.end());
     operands.erase(std::unique(operands.begin(), operands.end()), operands.end());
@@ -125,18 +134,20 @@ bool Plan::appendNeeded(Store& store, FormulaTable& formulas, TypedPool& pool, s
                appendTyped(formulas.typed(f), formulas.code(f), store.address(slot), slot, store, pool, into,
                            reads);
     };
-    // Typed code leaves out cells of some kinds, and looks up in cells that stay as they are.
-    const auto holds = [&](const TypedProgram& made, const std::vector<std::pair<Slot, Kind>>& reads) {
-        return std::all_of(reads.begin(), reads.end(),
-                           [&](const auto& cell) {
-                               const FormulaId from = store.formula(cell.first);
-                               return cell.second == Kind::Number || cell.second == Kind::Boolean ||
-                                      from == kNoFormula || !inPlan[from];
-                           }) &&
-               std::all_of(made.instructions.begin(), made.instructions.end(), [&](const auto& in) {
-                   const auto table = in.table();
-                   return !table || isFixed(made.tables[*table], store, inPlan);
-               });
+    // Typed code leaves out cells of some kinds.
+    const auto holds = [&](const TypedProgram& made, std::vector<std::pair<Slot, Kind>>& reads) {
+        for (const TypedInstruction& in : made.instructions) {
+            const auto t = in.table();
+            if (!t) continue;
+            const TypedTable& table = made.tables[*t];
+            reads.insert(reads.end(), table.keyCells.begin(), table.keyCells.end());
+            reads.insert(reads.end(), table.cells.begin(), table.cells.end());
+        }
+        return std::all_of(reads.begin(), reads.end(), [&](const auto& cell) {
+            const FormulaId from = store.formula(cell.first);
+            return cell.second == Kind::Number || cell.second == Kind::Boolean || from == kNoFormula ||
+                   !inPlan[from];
+        });
     };
 
     struct Chosen {
@@ -192,10 +203,6 @@ bool Plan::appendNeeded(Store& store, FormulaTable& formulas, TypedPool& pool, s
         typed.instructions.push_back({TypedOp::Formula, formulas.cell(f->formula).slot,
                                       static_cast<std::uint32_t>(general.size()), 0, 0, 0});
         general.push_back(std::move(*f->general));
-    }
-    for (const TypedTable& table : typed.tables) {
-        outside.insert(outside.end(), table.keyCells.begin(), table.keyCells.end());
-        outside.insert(outside.end(), table.cells.begin(), table.cells.end());
     }
     return true;
 }

@@ -69,7 +69,8 @@ struct Plan {
     /// Takes what no written cell changes from the cells as they are.
     void load(Store& store)
     {
-        for (TypedTable& table : typedCode.tables) table.read(store.values());
+        for (TypedTable& table : typedCode.tables)
+            if (!table.live) table.read(store.values());
         program.load(store);
     }
     /// Whether the cells that typed code reads from outside have the kinds that it was made for.

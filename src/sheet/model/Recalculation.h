@@ -191,7 +191,7 @@ private:
     bool inLoop_ = false;                  // closed circles are collected for iteration
     std::vector<FormulaId> inClosedLoops_; // what was found to be circular since
     std::vector<Slot> sortedKey_;          // scratch
-    TypedPool pool_{store_};
+    TypedPool pool_{store_, evaluator_.environment()};
 };
 
 } // namespace varnex3::sheet

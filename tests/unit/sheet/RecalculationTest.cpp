@@ -242,8 +242,8 @@ std::string randomFormula(std::mt19937& draw, int r, int c, bool circles)
 {
     const auto pick = [&](int n) { return static_cast<int>(draw() % static_cast<unsigned>(n)); };
     const auto cell = [&] { return a1Text(CellAddress{0, pick(std::max(1, r)), pick(6)}); };
-    const auto own = a1Text(CellAddress{0, r, c});
-    switch (pick(44)) {
+    const auto own = a1Text(CellAddress{0, r, c}), rows = std::to_string(std::max(1, r));
+    switch (pick(51)) {
     case 28:
         return "=IFERROR(" + cell() + "/" + cell() + "-IFERROR(SQRT(" + cell() + "),9),LN(" + cell() + "))";
     case 29: return "=IFERROR(VLOOKUP(" + cell() + ",H1:I6,2,FALSE),IFERROR(1/" + cell() + ",\"none\"))";
@@ -270,6 +270,24 @@ std::string randomFormula(std::mt19937& draw, int r, int c, bool circles)
     case 40: return "=COUNTA(A1:C" + std::to_string(std::max(1, r)) + "," + cell() + ")*2";
     case 41: return "=IF(" + cell() + ">2,\"high\"," + cell() + "*3)";
     case 42: return "=IF(" + cell() + ">2,NA(),IF(" + cell() + "<1,\"low\"," + cell() + "))";
+    case 44:
+        return "=CEILING(" + cell() + ",0.25)+FLOOR(" + cell() + "," + cell() + ")+MROUND(" + cell() +
+               ",0.5)+CEILING.MATH(" + cell() + ",2," + cell() + ")";
+    case 45:
+        return "=CONVERT(" + cell() + ",\"kg\",\"lbm\")+NORM.DIST(" + cell() + "," + cell() + ",2," + cell() +
+               ">1)+IFERROR(DATE(2020," + cell() + ",3),PMT(" + cell() + ",9,8))";
+    case 46:
+        return "=XLOOKUP(" + cell() + ",H1:H6,I1:I6," + (pick(2) != 0 ? cell() : "\"none\"") + "," +
+               std::to_string(pick(3) - 1) + (pick(2) != 0 ? ",-1)" : ")");
+    case 47: return "=LOOKUP(" + cell() + ",H1:I6)-XMATCH(" + cell() + ",I1:I6,1)+LOOKUP(2,H1:H6,I1:I6)";
+    // Among cells that change all the time.
+    case 48:
+        return "=INDEX(A1:C" + rows + "," + cell() + ",1+ABS(" + cell() + "))+INDEX(A1:A3,2)+MAX(INDEX(A1:C" +
+               rows + ",1,3),1)";
+    case 49: return "=MATCH(" + cell() + ",A1:A" + rows + "," + std::to_string(pick(3) - 1) + ")";
+    case 50:
+        return "=IFERROR(XLOOKUP(" + cell() + ",A1:A" + rows + ",B1:B" + rows + ",0,-1),VLOOKUP(" + cell() +
+               ",A1:C" + rows + ",2,FALSE))";
     case 43: return "=LET(q," + cell() + "/" + cell() + ",IFERROR(q,IFERROR(q+1," + cell() + "))+ISERROR(q))";
     // H1:I6 are numbers most of the time, and change seldom.
     case 22: return "=AVERAGE(A1:C" + std::to_string(std::max(1, r)) + ")-COUNT(A1:A3," + cell() + ")";
