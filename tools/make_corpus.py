@@ -12,6 +12,7 @@ With --examples, the path of a built `corvane`, the example of every function be
 import itertools
 import json
 import pathlib
+import random
 import subprocess
 import sys
 import tempfile
@@ -34,10 +35,11 @@ QUARTILE.INC RANK.AVG RANK.EQ RRI SEC SECH SHEET SHEETS SKEW.P STDEV.P STDEV.S S
 T.INV T.INV.2T T.TEST TEXTJOIN UNICHAR UNICODE VAR.P VAR.S WEIBULL.DIST WORKDAY.INTL XLOOKUP XOR Z.TEST""".split())
 NO_PREFIX = {"NETWORKDAYS.INTL", "WORKDAY.INTL"}
 
-# What LibreOffice 7.4 cannot store results for: it does not know these.
+# What LibreOffice 7.4 cannot store results for: it does not know these, or not by their names in files.
 UNKNOWN_THERE = set("""BINOM.DIST.RANGE XLOOKUP XMATCH CHOOSECOLS CHOOSEROWS DROP EXPAND FILTER HSTACK ISO.CEILING RANDARRAY SEQUENCE
 SORT SORTBY TAKE TEXTAFTER TEXTBEFORE TEXTSPLIT TOCOL TOROW UNIQUE VSTACK WRAPCOLS WRAPROWS PERCENTOF
-ARRAYTOTEXT VALUETOTEXT ODDFPRICE ODDFYIELD BYCOL BYROW ISOMITTED LAMBDA LET MAKEARRAY MAP REDUCE SCAN""".split())
+ARRAYTOTEXT VALUETOTEXT ODDFPRICE ODDFYIELD BYCOL BYROW ISOMITTED LAMBDA LET MAKEARRAY MAP REDUCE SCAN TRIMRANGE ASC BAHTTEXT
+DBCS""".split())
 CHANGING = set("RAND RANDBETWEEN NOW TODAY RANDARRAY INFO CELL".split())
 
 # Families that are saved as .ods too.
@@ -309,6 +311,94 @@ FAMILIES = {
 }
 
 
+class Mixture:
+    """Formulas that nobody chose: functions in functions, criteria, searches, regressions and array formulas, the
+    same ones every time. What is known to differ between programs (Booleans that count, roots of negative
+    numbers, multiples of the other sign) is left out."""
+
+    def __init__(self):
+        self.random = random.Random(20240229)
+
+    def of(self, choices):
+        return self.random.choice(choices.split(" "))
+
+    def number(self, depth):
+        if depth == 0:
+            return self.of("@A1 @A2 @A4 @A6 @H3 @H7 @E4 2 0.5 -3 @B1 @B8")
+        inner = lambda: self.number(depth - 1)
+        kind = self.random.randrange(16)
+        if kind < 4:
+            return f"({inner()}){self.of('+ - * /')}({inner()})"
+        if kind == 4:
+            return f"IF({inner()}>{inner()},{inner()},{inner()})"
+        if kind == 5:
+            return f"IFERROR({inner()},0)"
+        if kind == 6:
+            return f"{self.of('ROUND ROUNDUP ROUNDDOWN TRUNC')}({inner()},{self.of('0 1 2')})"
+        if kind == 7:
+            return f"{self.of('MAX MIN SUM AVERAGE')}({inner()},{inner()},@H1:H4)"
+        if kind == 8:
+            return f"{self.of('CEILING FLOOR')}(ABS({inner()}),{self.of('0.5 2 3')})"
+        if kind == 9:
+            return f"({inner()})^{self.of('2 -1 3')}"
+        return f"{self.of('ABS SIGN SIN TANH ATAN INT')}({inner()})" if kind < 13 else f"LN(1+ABS({inner()}))"
+
+    def criterion(self):
+        return self.of('">0" ">=2" "<5" "<>3" "=3" "fig" "<>fig" "*p*" "?ig" "~*star" "a~?b" "" "=" "<>" ">f" '
+                       '"<=pear" "=12" ">"&@A6 "<>"&@B3')
+
+    def conditional(self):
+        what, of = self.of("COUNTIFS SUMIFS AVERAGEIFS MAXIFS MINIFS"), self.of("E1:E10 H1:H10")
+        tests = ",".join(f"@{self.of('A1:A10 E1:E10 F1:F10 G1:G10 I1:I10')},{self.criterion()}"
+                         for _ in range(self.random.randrange(1, 3)))
+        return f"{what}({tests})" if what == "COUNTIFS" else f"{what}(@{of},{tests})"
+
+    def search(self):
+        wanted, kind = self.of('4 8 512 1000 4.5 0 "fig" "one" "x32"'), self.random.randrange(5)
+        if kind == 0:
+            return f"MATCH({wanted},@{self.of('E1:E10 F1:F10 G1:G10')},0)"
+        if kind == 1:
+            return f"MATCH({self.of('4 8 4.5 1000')},{self.of('@E1:E10 @H1:H10 {1,2,4,4,8}')},1)"
+        if kind == 2:
+            return f"VLOOKUP({self.of('4 5 0.5 300')},@E1:I10,{self.of('1 2 3 4')},{self.of('TRUE FALSE')})"
+        if kind == 3:
+            return f"IFERROR(INDEX(@E1:E10,MATCH({wanted},@F1:F10,0)),\"none\")"
+        x, at = self.of("3 4.5 7"), self.of("2 3 6 8")
+        return f"FORECAST({x},INDEX(@I1:I10,{at}):INDEX(@I1:I10,{at}+1),INDEX(@H1:H10,{at}):INDEX(@H1:H10,{at}+1))"
+
+    def regression(self):
+        y, constant = self.of("@A1:A10 @I1:I10 @J1:J10 @H1:H10"), self.of("TRUE FALSE")
+        x = self.of("@E1:E10 @D1:E10" if y == "@H1:H10" else "@E1:E10 @H1:H10 @D1:E10 @H1:H10^{1,2}")
+        return f"INDEX(LINEST({y},{x},{constant},TRUE),{self.of('1 2 3 4 5')},{self.of('1 2')})"
+
+    def array(self):
+        series = lambda: self.of("@A1:A10 @E1:E10 @H1:H10 @I1:I10")
+        one, other, limit = series(), series(), self.of("0 2 5")
+        return self.random.choice([
+            f"SUM({one}*{other})", f"SUM(IF({one}>{limit},{other},1))", f"MAX(IF({one}<{limit},{other}))",
+            f"AVERAGE(ABS({one}-{other}))", f"SUM(({one}>{limit})*({other}<20)*{one})", f"SUM(LARGE({one},{{1,2,3}}))",
+            f"SUM(COUNTIF({one},{{1,5,\">2\"}}))", f"SUM(SUMIF({one},\">\"&{{0;5}},{other}))",
+            f"STDEV.S(IF({one}<>0,{other}))", f"SUM(MMULT(TRANSPOSE({one}),{other}))", f"COUNT(1/({one}>{limit}))"])
+
+    def annuity(self):
+        rate, payment, worth = self.of("0.1/12 0.05 0.0775"), self.of("-100 -250.5 50"), self.of("1000 25000 5000")
+        return self.random.choice([
+            f"PMT({rate},{self.of('12 60 360')},{worth})", f"RATE({self.of('60 170 360')},-{self.of('200 250')},{worth})",
+            f"NPER({rate},-{worth},{self.of('1000 5000')},100)", f"FV({rate},{self.of('12 7.5')},{payment},{worth},1)",
+            f"IRR({{-1000,{self.of('300 900')},{self.of('400 80')},{self.of('500 600')}}})",
+            f"CUMIPMT({rate},60,{worth},{self.of('1 2')},{self.of('5 7')},0)",
+            f"VDB({worth},{self.of('0 300')},10,{self.of('0 2')},{self.of('3.5 5')},{self.of('1.5 2')})"])
+
+    def formulas(self):
+        kinds = [(lambda: self.number(self.random.randrange(2, 5)), 260), (self.conditional, 140), (self.search, 80),
+                 (self.regression, 60), (self.array, 100), (self.annuity, 80)]
+        return [make() for make, count in kinds for _ in range(count)]
+
+
+FAMILIES["mixture"] = Mixture().formulas()
+ARRAY_FORMULAS = ["mixture"]
+
+
 def prefixed(formula):
     """The formula as files write it: newer functions carry a prefix; @ is the sheet with the data."""
     out, word, quoted = "", "", False
@@ -350,6 +440,8 @@ def write(family, formulas, folder):
         sheet.cell(row, 1, formula).data_type = "s"
         sheet.cell(row, 1).alignment = Alignment(horizontal="left")
         sheet.cell(row, 2, "=" + prefixed(formula))
+        if family in ARRAY_FORMULAS:
+            sheet.formula_attributes[f"B{row}"] = {"t": "array", "ref": f"B{row}"}
     data_sheet(book)
     path = pathlib.Path(folder) / f"corpus_{family}.xlsx"
     book.save(path)

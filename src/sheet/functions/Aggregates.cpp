@@ -231,7 +231,7 @@ Value sumOfProducts(Call& call)
         blocks.runs(b, [&](std::size_t index, const Value* first, std::int32_t n) {
             for (std::int32_t k = 0; k < n; ++k) {
                 if (first[k].isNumber()) factors[index + static_cast<std::size_t>(k)] = first[k].number();
-                if (first[k].isFailure()) failure = first[k].failure();
+                if (!failure && first[k].isFailure()) failure = first[k].failure();
             }
             return !failure;
         });

@@ -291,8 +291,8 @@ Complex hyperbolicCosine(const Complex& z) { return std::cosh(z); }
 Complex hyperbolicSecant(const Complex& z) { return 1.0 / std::cosh(z); }
 Complex hyperbolicCosecant(const Complex& z) { return 1.0 / std::sinh(z); }
 Complex naturalLog(const Complex& z) { return std::log(z); }
-Complex decimalLog(const Complex& z) { return std::log(z) / std::numbers::ln10; }
-Complex binaryLog(const Complex& z) { return std::log(z) / std::numbers::ln2; }
+Complex decimalLog(const Complex& z) { return std::log(z) * std::numbers::log10e; }
+Complex binaryLog(const Complex& z) { return std::log(z) * std::numbers::log2e; }
 
 Value complexPower(Call& call)
 {

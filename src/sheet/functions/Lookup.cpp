@@ -1,6 +1,7 @@
 // sheet/functions/Lookup.cpp - finding values in ranges, and making and describing references.
 //
 // Exact searches walk the runs of cells of a range and copy nothing; searches in sorted ranges halve it.
+#include <algorithm>
 #include <cmath>
 #include <string>
 
@@ -306,6 +307,34 @@ Value transpose(Call& call)
     return Value::array(cols, rows, std::move(items));
 }
 
+/// The range without the empty rows and columns at its edges: 1 those that lead, 2 those that trail, 3 both.
+Value trimmedRange(Call& call)
+{
+    const Value& whole = call.value(0);
+    if (whole.isFailure()) return whole;
+    const Block cells(call, 0);
+    const double rowEdges = std::trunc(call.number(1)), colEdges = std::trunc(call.number(2));
+    if (!(rowEdges >= 0.0 && rowEdges <= 3.0 && colEdges >= 0.0 && colEdges <= 3.0)) return Failure::Value;
+    std::int32_t top = cells.rows(), bottom = -1, left = cells.cols(), right = -1;
+    cells.runs([&](std::int32_t row, std::int32_t col, const Value* first, std::int32_t n) {
+        for (std::int32_t k = 0; k < n; ++k) {
+            if (first[k].isEmpty()) continue;
+            top = std::min(top, row + k);
+            bottom = std::max(bottom, row + k);
+            left = std::min(left, col);
+            right = std::max(right, col);
+        }
+        return true;
+    });
+    if (bottom < 0) return Failure::Ref;
+    const auto cuts = [](double edges, double edge) { return edges == 3.0 || edges == edge; };
+    if (!cuts(rowEdges, 1.0)) top = 0;
+    if (!cuts(rowEdges, 2.0)) bottom = cells.rows() - 1;
+    if (!cuts(colEdges, 1.0)) left = 0;
+    if (!cuts(colEdges, 2.0)) right = cells.cols() - 1;
+    return cells.part(top, left, bottom - top + 1, right - left + 1).value();
+}
+
 // References --------------------------------------------------------------------------------------------
 
 /// Extent of a moved area along one axis; a negative size counts backwards from the start.
@@ -522,6 +551,13 @@ constexpr FunctionRow rows[] = {
      "rows as columns",
      "=INDEX(TRANSPOSE({1,2;3,4}), 1, 2)",
      "3"},
+    {"TRIMRANGE",
+     {range(), number(3), number(3)},
+     Trait::GivesRange,
+     trimmedRange,
+     "a range without the empty rows and columns at its edges",
+     "=ROWS(TRIMRANGE(VSTACK({1;2},A1:A3), 2))",
+     "2"},
     {"VLOOKUP",
      {scalar(), array(), number(), boolean(true)},
      Trait::Pure,

@@ -13,7 +13,9 @@
 #include "sheet/format/Convert.h"
 #include "sheet/format/Letters.h"
 #include "sheet/format/NumberFormat.h"
+#include "sheet/format/Widths.h"
 #include "sheet/functions/Function.h"
+#include "sheet/functions/Rounding.h"
 
 namespace varnex3::sheet {
 namespace {
@@ -464,12 +466,22 @@ double roundedLeft(double x, double decimals)
     return std::isfinite(unit) ? std::round(x / unit) * unit : 0.0;
 }
 
+Value asc(Call& call) { return halfWidth(call.text(0)); }
+Value dbcs(Call& call) { return fullWidth(call.text(0)); }
+
+Value bahtInWords(Call& call)
+{
+    constexpr double kLimit = 1e15;
+    const double amount = call.number(0);
+    return std::fabs(amount) < kLimit ? Value(bahtText(amount)) : Value(Failure::Value);
+}
+
 Value fixed(Call& call)
 {
     const double decimals = std::trunc(call.number(1));
     if (decimals > 127.0) return Failure::Value;
-    const auto text = formatValue(roundedLeft(call.number(0), decimals),
-                                  fixedFormat(decimals, !call.boolean(2)), call.dates());
+    const double rounded = roundPlaces(call.number(0), decimals) + 0.0; // 0 has no sign
+    const auto text = formatValue(rounded, fixedFormat(decimals, !call.boolean(2)), call.dates());
     return text ? Value(*text) : Value(Failure::Value);
 }
 
@@ -535,11 +547,14 @@ Value unicode(Call& call)
 // clang-format off
 constexpr FunctionRow rows[] = {
 //   name           arguments                                                                              trait        body              summary                                            example                                       shows
+    {"ASC",         {text()},                                                                              Trait::Pure, asc,              "full-width letters and katakana in half width",   "=ASC(\"ＡＢＣ　１\")",                     "ABC 1"},
+    {"BAHTTEXT",    {number()},                                                                            Trait::Pure, bahtInWords,      "an amount of baht in Thai words",                 "=BAHTTEXT(1234)",                            "หนึ่งพันสองร้อยสามสิบสี่บาทถ้วน"},
     {"CHAR",        {number()},                                                                            Trait::Pure, charOf,           "character of a code of code page 1252",           "=CHAR(65)",                                  "A"},
     {"CLEAN",       {text()},                                                                              Trait::Pure, clean,            "text without control characters",                 "=CLEAN(\"a\"&CHAR(10)&\"b\")",               "ab"},
     {"CODE",        {text()},                                                                              Trait::Pure, codeOf,           "code of the first character in code page 1252",   "=CODE(\"A\")",                               "65"},
     {"CONCAT",      {repeats(range())},                                                                    Trait::Pure, concat,           "all elements joined",                             "=CONCAT({\"a\",\"b\";\"c\",1})",             "abc1"},
     {"CONCATENATE", {repeats(text())},                                                                     Trait::Pure, concatenate,      "texts joined",                                    "=CONCATENATE(\"a\",1,TRUE)",                 "a1TRUE"},
+    {"DBCS",        {text()},                                                                              Trait::Pure, dbcs,             "half-width letters and katakana in full width",   "=DBCS(\"A 1\")",                             "Ａ　１"},
     {"DOLLAR",      {number(), number(2)},                                                                 Trait::Pure, dollar,           "number as an amount of dollars",                  "=DOLLAR(-1234.567,-2)",                      "($1,200)"},
     {"EXACT",       {text(), text()},                                                                      Trait::Pure, exact,            "whether texts are the same, case included",       "=EXACT(\"Word\",\"word\")",                  "FALSE"},
     {"FIND",        {text(), text(), number(1)},                                                           Trait::Pure, find,             "position of a text, case included",               "=FIND(\"M\",\"Miriam McGovern\",3)",         "8"},
