@@ -73,6 +73,16 @@ struct NameState {
     std::string formula; // without "="
 };
 
+/// Another book that formulas refer to, with the cells that the file keeps of it, row by row.
+struct OtherBook {
+    struct Sheet {
+        std::string name;
+        std::vector<std::pair<CellAddress, Value>> cells; // of sheet 0
+    };
+    std::string target;
+    std::vector<Sheet> sheets;
+};
+
 class Book {
 public:
     Book();
@@ -145,6 +155,10 @@ public:
     /// The defined names that were added or given another meaning, also because a sheet was renamed or
     /// removed.
     std::vector<NameState> changedNames() const;
+    /// The other books in the order in which files number them from 1, and the number of one by its path; 0
+    /// for none of that path.
+    std::vector<OtherBook> otherBooks() const;
+    std::size_t linkTo(std::string_view path) const;
     /// The book has been saved over its file: nothing differs from it any more.
     void markSaved();
     /// The book counts as made here: it came from a kind of file that is not written back.

@@ -19,15 +19,18 @@ std::uint64_t keyOf(std::int32_t row, std::int32_t col)
     return static_cast<std::uint64_t>(row) << 16 | static_cast<std::uint64_t>(col);
 }
 
-/// "[1]Sheet!A1" or "'folder/[book.xlsx]My sheet'!A1" in pieces.
-struct Written {
-    std::string folder, book, sheet; // book: its number or its name
-    std::string_view prefix, rest;   // up to the "!", and what stands behind it
-};
-
-std::optional<Written> piecesOf(std::string_view text)
+std::optional<Tree> treeOf(std::string_view formula, const CellAddress& cell)
 {
-    Written written;
+    ParseResult parsed = parseFormula(formula, cell);
+    if (auto* tree = std::get_if<Tree>(&parsed)) return std::move(*tree);
+    return std::nullopt;
+}
+
+} // namespace
+
+std::optional<ExternalReference> externalReference(std::string_view text)
+{
+    ExternalReference written;
     std::string inner;
     std::size_t at = 0;
     if (text.starts_with('\'')) {
@@ -51,15 +54,6 @@ std::optional<Written> piecesOf(std::string_view text)
     return written;
 }
 
-std::optional<Tree> treeOf(std::string_view formula, const CellAddress& cell)
-{
-    ParseResult parsed = parseFormula(formula, cell);
-    if (auto* tree = std::get_if<Tree>(&parsed)) return std::move(*tree);
-    return std::nullopt;
-}
-
-} // namespace
-
 bool refersToOtherBooks(std::string_view formula, const CellAddress& cell)
 {
     if (formula.find('[') == std::string_view::npos) return false;
@@ -75,12 +69,36 @@ std::string movedFormula(std::string_view formula, const CellAddress& from, cons
     for (const Node& n : tree->nodes) {
         if (n.kind != NodeKind::External) continue;
         std::string& text = tree->texts[static_cast<std::size_t>(n.text)];
-        const auto written = piecesOf(text);
+        const auto written = externalReference(text);
         const auto reference = written ? treeOf(written->rest, from) : std::nullopt;
         if (!reference || reference->root().kind != NodeKind::Reference) continue;
         text = std::string(written->prefix) + formulaText(*reference, to).substr(1);
     }
     return formulaText(*tree, to).substr(1);
+}
+
+std::size_t Book::linkTo(std::string_view path) const
+{
+    const auto found = std::find(impl_->links.begin(), impl_->links.end(), path);
+    return found == impl_->links.end() ? 0 : static_cast<std::size_t>(found - impl_->links.begin()) + 1;
+}
+
+std::vector<OtherBook> Book::otherBooks() const
+{
+    std::vector<OtherBook> books;
+    for (const std::string& target : impl_->links) books.push_back({target, {}});
+    for (const ExternalSheet& sheet : impl_->externalSheets) {
+        if (sheet.link >= books.size()) continue;
+        OtherBook::Sheet& made = books[sheet.link].sheets.emplace_back();
+        made.name = sheet.name;
+        for (const auto& [key, value] : sheet.cells)
+            made.cells.push_back(
+                {{0, static_cast<std::int32_t>(key >> 16), static_cast<std::int32_t>(key & 0xFFFF)}, value});
+        std::sort(made.cells.begin(), made.cells.end(), [](const auto& a, const auto& b) {
+            return std::pair(a.first.row, a.first.col) < std::pair(b.first.row, b.first.col);
+        });
+    }
+    return books;
 }
 
 void Book::Impl::externalSheet(std::size_t link, std::string name)
@@ -103,7 +121,7 @@ void Book::Impl::externalName(std::size_t link, std::string name, std::string fo
 
 std::optional<Value> Book::Impl::externalValue(std::string_view reference, bool fixed) const
 {
-    const auto written = piecesOf(reference);
+    const auto written = externalReference(reference);
     if (!written) return std::nullopt;
     std::size_t link = 0;
     const char* const end = written->book.data() + written->book.size();

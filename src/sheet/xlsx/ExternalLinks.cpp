@@ -1,11 +1,13 @@
 // sheet/xlsx/ExternalLinks.cpp - the parts that hold what was last read of other books.
 #include "sheet/xlsx/ExternalLinks.h"
 
+#include "sheet/xlsx/Markup.h"
 #include "sheet/xlsx/Text.h"
 
 namespace varnex3::sheet::xlsx {
 namespace {
 
+constexpr const char* kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n";
 constexpr std::size_t kKeptBytes = 96; // bookkeeping of one kept cell, counted against the limit of texts
 
 std::string textOf(const char* attribute) { return attribute ? std::string(attribute) : std::string(); }
@@ -136,6 +138,55 @@ void tellExternalLinks(Package& package, const std::vector<std::string>& parts, 
         }
         builder.externalLink(std::move(path));
     }
+}
+
+std::string externalLinkPart(const OtherBook& book)
+{
+    std::string names, data;
+    for (std::size_t i = 0; i < book.sheets.size(); ++i) {
+        names += "<sheetName val=\"";
+        appendEscaped(names, book.sheets[i].name);
+        names += "\"/>";
+        data.append("<sheetData sheetId=\"").append(std::to_string(i)).append("\">");
+        std::int32_t row = -1;
+        for (const auto& [at, value] : book.sheets[i].cells) {
+            if (at.row != row)
+                data.append(row < 0 ? "" : "</row>")
+                    .append("<row r=\"")
+                    .append(std::to_string(at.row + 1))
+                    .append("\">");
+            row = at.row;
+            data += "<cell r=\"";
+            appendCellName(data, at.row, at.col);
+            data += '"';
+            if (const std::string_view type = cellType(value, true); !type.empty())
+                data.append(" t=\"").append(type).append("\"");
+            data += '>';
+            appendValue(data, value, true, "");
+            data += "</cell>";
+        }
+        data += row < 0 ? "</sheetData>" : "</row></sheetData>";
+    }
+    const std::string sheets =
+        names.empty() ? ""
+                      : "<sheetNames>" + names + "</sheetNames><sheetDataSet>" + data + "</sheetDataSet>";
+    return std::string(kDeclaration) +
+           "<externalLink xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><externalBook "
+           "xmlns:r=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships\" r:id=\"rId1\">" +
+           sheets + "</externalBook></externalLink>";
+}
+
+std::string externalLinkRelationships(const OtherBook& book)
+{
+    std::string target;
+    appendEscaped(target, book.target);
+    for (std::size_t at = 0; (at = target.find(' ', at)) != std::string::npos;) target.replace(at, 1, "%20");
+    return std::string(kDeclaration) +
+           "<Relationships "
+           "xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\"><Relationship "
+           "Id=\"rId1\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/"
+           "externalLinkPath\" Target=\"" +
+           target + "\" TargetMode=\"External\"/></Relationships>";
 }
 
 } // namespace varnex3::sheet::xlsx

@@ -44,6 +44,7 @@ std::string newFormulaElement(const Book& book, const BandCell& cell, const std:
     if (!cell.formula) return {};
     std::string element = "<" + prefix + "f";
     FormulaPlace place;
+    place.linkTo = [&](std::string_view path) { return book.linkTo(path); };
     if (const auto area = writtenArea(book, cell.at)) {
         if (!isFirst(*area, cell.at)) return {};
         place.spills = book.takesSingles(cell.at);

@@ -7,6 +7,7 @@
 
 #include "sheet/formula/Parser.h"
 #include "sheet/functions/Function.h"
+#include "sheet/model/Externals.h"
 
 namespace varnex3::sheet::xlsx {
 namespace {
@@ -131,6 +132,7 @@ private:
         switch (n.kind) {
         case NodeKind::Spill: becomeCall(n, "_xlfn.ANCHORARRAY"); return push(n, 0, {false, false});
         case NodeKind::Structured: return spellOutRow(n);
+        case NodeKind::External: return numberBook(n);
         case NodeKind::Call: return visitCall(n, mode);
         case NodeKind::Unary:
         case NodeKind::Binary: mode.scalar = true; break;
@@ -178,6 +180,18 @@ private:
     void push(const Node& n, std::uint32_t i, Mode mode)
     {
         pending_.push_back({tree_.children[n.firstChild + i], mode});
+    }
+
+    void numberBook(Node& n)
+    {
+        const auto written = externalReference(text(n.text));
+        const std::size_t link =
+            written && place_.linkTo ? place_.linkTo(written->folder + written->book) : 0;
+        if (link == 0) return;
+        const std::string book = "[" + std::to_string(link) + "]", sheet = quotedSheetName(written->sheet);
+        std::string prefix = written->sheet.empty() ? book : sheet;
+        if (prefix != book) prefix.insert(sheet.starts_with('\'') ? 1 : 0, book);
+        n.text = addText(prefix + "!" + std::string(written->rest));
     }
 
     /// "@Price", "@[A]:[B]" or "@" of a table reference.

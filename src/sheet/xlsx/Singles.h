@@ -1,6 +1,7 @@
 // sheet/xlsx/Singles.h - what formulas write with @ and #, as files spell it out.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string_view>
 
@@ -16,9 +17,12 @@ struct FormulaPlace {
     bool spills = false;
     /// Whether a defined name stands for several cells; none does where this is empty.
     std::function<bool(std::string_view name)> namesCells = {};
+    /// The number by which the file knows another book, 0 for none; references keep their paths where this is
+    /// empty.
+    std::function<std::size_t(std::string_view path)> linkTo = {};
 };
 
-/// Turns `@A1:A9` into SINGLE(A1:A9), `A1#` into ANCHORARRAY(A1) and `T[@Price]` into
+/// Numbers other books. Turns `@A1:A9` into SINGLE(A1:A9), `A1#` into ANCHORARRAY(A1) and `T[@Price]` into
 /// T[[#This Row],[Price]]; whether anything was changed. A formula that spills gets SINGLE wherever the
 /// engine takes one cell of several; in any other formula files leave it out where it goes without saying.
 bool spellOutSingles(Tree& tree, const FormulaPlace& place);

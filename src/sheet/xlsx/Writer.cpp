@@ -16,6 +16,8 @@
 #include <unistd.h>
 #include <zip.h>
 
+#include "sheet/xlsx/ExternalLinks.h"
+#include "sheet/xlsx/Markup.h"
 #include "sheet/xlsx/Metadata.h"
 #include "sheet/xlsx/Package.h"
 #include "sheet/xlsx/PackageEdits.h"
@@ -35,6 +37,8 @@ constexpr zip_uint16_t kNoDate = 0x21;                        // 1 January 1980:
 constexpr const char* kContentTypes = "[Content_Types].xml";
 constexpr const char* kSheetType =
     "application/vnd.openxmlformats-officedocument.spreadsheetml.worksheet+xml";
+constexpr const char* kLinkType =
+    "application/vnd.openxmlformats-officedocument.spreadsheetml.externalLink+xml";
 constexpr const char* kMetadataType =
     "application/vnd.openxmlformats-officedocument.spreadsheetml.sheetMetadata+xml";
 constexpr const char* kTypes = "http://schemas.openxmlformats.org/officeDocument/2006/relationships/";
@@ -125,6 +129,14 @@ std::uint64_t measured(PartText& part)
     std::uint64_t size = 0;
     for (std::string piece; part.more(piece); piece.clear()) size += piece.size();
     return size;
+}
+
+/// What a defined name means, with other books by their numbers.
+std::string nameFormula(const Book& book, const NameState& state)
+{
+    FormulaPlace place;
+    place.linkTo = [&](std::string_view path) { return book.linkTo(path); };
+    return fileFormula(state.formula, place);
 }
 
 using PartMaker = std::function<std::unique_ptr<PartText>()>;
@@ -550,7 +562,7 @@ private:
     {
         std::vector<WorkbookChanges::Name> names;
         for (NameState& state : book_.changedNames()) {
-            WorkbookChanges::Name name{std::move(state.name), std::nullopt, std::move(state.formula)};
+            WorkbookChanges::Name name{std::move(state.name), std::nullopt, nameFormula(book_, state)};
             if (state.scope) name.scope = positions_.at(*state.scope);
             names.push_back(std::move(name));
         }
@@ -651,6 +663,19 @@ void writeNew(const Book& book, const std::string& path)
                          kTypes + "sheetMetadata\" Target=\"metadata.xml\"/>";
         put("xl/metadata.xml", spillMetadataPart(false));
     }
+    std::string links;
+    const std::vector<OtherBook> others = book.otherBooks();
+    for (std::size_t i = 0; i < others.size(); ++i) {
+        const std::string name = "externalLink" + std::to_string(i + 1) + ".xml";
+        const std::string id = "rIdLink" + std::to_string(i + 1);
+        types += "<Override PartName=\"/xl/externalLinks/" + name + "\" ContentType=\"" + kLinkType + "\"/>";
+        relationships += "<Relationship Id=\"" + id + "\" Type=\"" + kTypes +
+                         "externalLink\" Target=\"externalLinks/" + name + "\"/>";
+        links += "<externalReference r:id=\"" + id + "\"/>";
+        put("xl/externalLinks/" + name, externalLinkPart(others[i]));
+        put("xl/externalLinks/_rels/" + name + ".rels", externalLinkRelationships(others[i]));
+    }
+    if (!links.empty()) links = "<externalReferences>" + links + "</externalReferences>";
     WorkbookChanges changes;
     for (SheetIndex i = 0; i < book.sheetCount(); ++i) {
         const std::string id = "rId" + std::to_string(i + 2);
@@ -663,12 +688,12 @@ void writeNew(const Book& book, const std::string& path)
     for (NameState& state : book.changedNames()) {
         std::optional<std::uint32_t> scope;
         if (state.scope) scope = static_cast<std::uint32_t>(*state.scope);
-        changes.names.push_back({std::move(state.name), scope, std::move(state.formula)});
+        changes.names.push_back({std::move(state.name), scope, nameFormula(book, state)});
     }
     WorkbookEdit workbook(changes);
     XmlCopier(workbook).parse(std::string(kDeclaration) + "<workbook xmlns=\"" + kMain + "\" xmlns:r=\"" +
-                                  std::string(kTypes, std::strlen(kTypes) - 1) +
-                                  "\"><sheets></sheets></workbook>",
+                                  std::string(kTypes, std::strlen(kTypes) - 1) + "\"><sheets></sheets>" +
+                                  links + "</workbook>",
                               true);
     put(kContentTypes, types + "</Types>");
     put("_rels/.rels", relationshipsBegin + "<Relationship Id=\"rId1\" Type=\"" + kTypes +

@@ -11,6 +11,7 @@
 
 #include <zip.h>
 
+#include "sheet/files/Open.h"
 #include "sheet/formula/Parser.h"
 #include "sheet/model/Book.h"
 #include "sheet/xlsx/Markup.h"
@@ -594,6 +595,38 @@ TEST(FileFormula, SpellsOutWhereOneValueIsWanted)
         EXPECT_EQ(xlsx::fileFormula(c.text, {c.spills, [](std::string_view name) { return name == "many"; }}),
                   c.want);
     }
+}
+
+// References by paths, as other kinds of files have them, become numbers with a part for each book.
+TEST_F(Writer, NewBooksKeepTheirLinks)
+{
+    const std::string copies =
+        R"(<t:table t:name="'file:///a%20b/p.ods'#My sheet"><t:table-row><t:table-cell/><t:table-cell )"
+        R"(o:value-type="float" o:value="3"/></t:table-row><t:table-row><t:table-cell o:value-type="string"><x:p>)"
+        R"(a&lt;b</x:p></t:table-cell></t:table-row></t:table>)";
+    std::ofstream(path("in.ods"), std::ios::binary) << openDocument(
+        R"(<t:table t:name="S"><t:table-row><t:table-cell o:value-type="float" o:value="2"/><t:table-cell )"
+        R"(t:formula="of:=['file:///a%20b/p.ods'#$'My sheet'.B1]*[.A1]"/><t:table-cell )"
+        R"x(t:formula="of:=LEN(['file:///a%20b/p.ods'#$'My sheet'.A2])"/></t:table-row></t:table>)x"
+        R"(<t:named-expressions><t:named-range t:name="far" t:cell-range-address="'file:///a%20b/p.ods'#$'My sheet'.$B$1"/>)"
+        "</t:named-expressions>" +
+        copies);
+    Book book;
+    openFile(path("in.ods"), book.builder());
+    book.finishLoading();
+    book.calculateAll();
+    EXPECT_EQ(book.value({0, 0, 1}), Value(6.0));
+    book.forgetFile();
+    saveWorkbook(book, "", path("out.xlsx"));
+    const auto again = load(path("out.xlsx"));
+    EXPECT_EQ(again->content({0, 0, 1}), "='[1]My sheet'!B1*A1");
+    again->setContent({0, 0, 3}, "=far+1");
+    again->setValue({0, 0, 0}, 5.0);
+    again->calculateAll();
+    EXPECT_EQ(again->value({0, 0, 1}), Value(15.0));
+    EXPECT_EQ(again->value({0, 0, 2}), Value(3.0));
+    EXPECT_EQ(again->value({0, 0, 3}), Value(4.0));
+    EXPECT_THAT(again->inspect().links, ElementsAre("file:///a%20b/p.ods"));
 }
 
 TEST_F(Writer, NewBooksOpenInAnotherProgram)
