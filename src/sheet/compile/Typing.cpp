@@ -54,7 +54,7 @@ bool Typist::instruction(std::size_t at)
     case Op::Dereference: return !stack_.back().isArea; // a number already
     case Op::Unary: return !anyStops(1) && unary(static_cast<Operator>(in.detail));
     case Op::Binary:
-    case Op::FinalBinary: return !anyStops(2) && operation(in);
+    case Op::FinalBinary: return compareText(in) || (!anyStops(2) && operation(in));
     case Op::Call: {
         const CallSite& site = code_.calls[in.operand];
         return anyStops(site.count) ? body(site) : call(site);

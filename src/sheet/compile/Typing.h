@@ -6,6 +6,10 @@
 
 #include <bit>
 #include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <tuple>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -60,10 +64,11 @@ struct TypedTemplate {
         double fewest = 0.0;
         bool filled = false; // all that is not empty counts
     };
-    /// Whether the cell of a reading is of one of some kinds: 1 or 0.
+    /// Whether the cell of a reading is of one of some kinds, or how it compares with a text: 1 or 0.
     struct Question {
         std::uint32_t reading = 0;
         std::uint8_t kinds = 0; // bit by Kind
+        std::optional<TypedComparison> comparison;
     };
     /// A table in which a step looks up.
     struct Table {
@@ -98,6 +103,8 @@ class TypedPool {
 public:
     TypedPool(Store& store, Environment& environment) : store_(store), environment_(environment) {}
     Environment& environment() const { return environment_; }
+    /// A slot for the answer to a comparison; the same one for equal comparisons.
+    Slot answer(const TypedComparison& comparison);
     Slot constant(double x);
     Slot temporary(std::uint32_t i);
 
@@ -107,6 +114,7 @@ private:
     Store& store_;
     Environment& environment_;
     std::unordered_map<std::uint64_t, Slot> constants_;
+    std::map<std::tuple<Slot, Operator, bool, std::string>, Slot> answers_;
     std::vector<Slot> temporaries_;
     Slot next_ = 0, end_ = 0;
 };

@@ -92,6 +92,7 @@ private:
     void insertTry(std::size_t at);
     bool maySucceed(const Step& pick) const;
     bool question(const CallSite& site);
+    bool compareText(const Instruction& in);
 
     Operand temporary() { return {From::Temporary, typed_.temporaries++}; }
     Operand constant(double x)

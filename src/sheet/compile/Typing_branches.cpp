@@ -219,6 +219,27 @@ bool Typist::ifError(bool onlyNA)
     return ifThen();
 }
 
+/// A comparison of a cell with a text; false when it is another operation.
+bool Typist::compareText(const Instruction& in)
+{
+    const auto op = static_cast<Operator>(in.detail);
+    if (op < Operator::Equal || op > Operator::GreaterEqual) return false;
+    const Entry &b = stack_.back(), &a = stack_[stack_.size() - 2];
+    const bool textFirst = a.stops;
+    const Entry &text = textFirst ? a : b, &cell = textFirst ? b : a;
+    if (!text.stops || text.kind != Kind::Text || cell.stops || cell.isArea ||
+        cell.operand.from != From::Place)
+        return false;
+    const Operand place = cell.operand;
+    typed_.readings[place.index].allowsAny = true;
+    TypedComparison comparison{kNoSlot, code_.constants[text.value], op, textFirst, kNoSlot};
+    typed_.questions.push_back({place.index, 0, std::move(comparison)});
+    const Operand answer{From::Question, static_cast<std::uint32_t>(typed_.questions.size() - 1)};
+    stack_.resize(stack_.size() - 2);
+    push(emit(TypedOp::Given, answer, place).d, Kind::Boolean);
+    return true;
+}
+
 /// ISNUMBER, ISERROR and their like of a cell or of a number that is worked out.
 bool Typist::question(const CallSite& site)
 {
@@ -246,7 +267,7 @@ bool Typist::question(const CallSite& site)
         if (row->kinds == 0) return false;
         TypedTemplate::Reading& reading = typed_.readings[e.operand.index];
         reading.allowsAny = true;
-        typed_.questions.push_back({e.operand.index, row->kinds});
+        typed_.questions.push_back({e.operand.index, row->kinds, std::nullopt});
         const Operand answer{From::Question, static_cast<std::uint32_t>(typed_.questions.size() - 1)};
         pop();
         if (row->ofNumber == row->ofFailure) {

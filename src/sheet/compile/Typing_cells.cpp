@@ -33,6 +33,7 @@ private:
     static std::optional<CellAddress> picked(const Area& area, const TypedTemplate::Reading& reading);
     bool settle(const TypedTemplate::Reading& reading);
     bool settleRun(const Area& area, const TypedTemplate::Reading& reading);
+    Slot compared(const TypedTemplate::Question& asked);
     bool settleCount(const TypedTemplate::Count& count);
     bool settleTable(const TypedTemplate::Table& table);
     bool readLine(const Area& area, bool numbersOnly, std::vector<std::pair<Slot, Kind>>& cells);
@@ -52,6 +53,7 @@ private:
     std::vector<Run> runs_;                                // of all readings
     std::vector<std::pair<std::size_t, std::size_t>> own_; // reading -> its runs
     std::vector<Kind> kinds_;                              // reading -> kind of its cell
+    std::vector<Slot> cells_;                              // reading -> its cell
     std::vector<double> filled_;                           // reading -> cells of its area that are not empty
     std::vector<double> counts_;
     std::vector<std::uint32_t> tables_; // of the template -> of the program
@@ -89,6 +91,7 @@ bool Placer::settle(const TypedTemplate::Reading& reading)
     slots_.push_back(hasNumber ? slot : pool_.constant(0.0));
     own_.emplace_back(0, 0);
     kinds_.push_back(kind);
+    cells_.push_back(slot);
     filled_.push_back(0.0);
     return true;
 }
@@ -121,6 +124,7 @@ bool Placer::settleRun(const Area& area, const TypedTemplate::Reading& reading)
     slots_.push_back(kNoSlot);
     own_.emplace_back(begin, runs_.size());
     kinds_.push_back(Kind::Reference);
+    cells_.push_back(kNoSlot);
     filled_.push_back(filled);
     if (reading.isPlain && area.rows() > 1 && area.cols() > 1) return false; // a column or a row
     return fits && (!reading.needsNumber || runs_.size() > begin);
@@ -135,11 +139,26 @@ Slot Placer::slot(const Operand& o)
     case From::Count: return pool_.constant(counts_[o.index]);
     case From::Question: {
         const TypedTemplate::Question& asked = typed_.questions[o.index];
+        if (asked.comparison) return compared(asked);
         const auto kind = static_cast<unsigned>(kinds_[asked.reading]);
         return pool_.constant((asked.kinds >> kind & 1U) != 0 ? 1.0 : 0.0);
     }
     default: return 0;
     }
+}
+
+/// Only of a text does the answer depend on more than the kind.
+Slot Placer::compared(const TypedTemplate::Question& asked)
+{
+    TypedComparison comparison = *asked.comparison;
+    comparison.cell = cells_[asked.reading];
+    const Value now = store_.value(comparison.cell);
+    if (!now.isText()) return pool_.constant(comparison.holdsFor(now) ? 1.0 : 0.0);
+    comparison.answer = pool_.answer(comparison);
+    const bool known = std::any_of(program_.comparisons.begin(), program_.comparisons.end(),
+                                   [&](const auto& c) { return c.answer == comparison.answer; });
+    if (!known) program_.comparisons.push_back(comparison);
+    return comparison.answer;
 }
 
 bool Placer::settleCount(const TypedTemplate::Count& count)
@@ -312,6 +331,8 @@ bool Placer::place(Slot result)
         return false;
     }
     bool fits = true;
+    for (const TypedTemplate::Question& asked : typed_.questions)
+        fits = fits && !(asked.comparison && kinds_[asked.reading] == Kind::Failure);
     for (const TypedTemplate::Count& count : typed_.counts) fits = fits && settleCount(count);
     for (const TypedTemplate::Step& step : typed_.steps) {
         if (step.op != TypedOp::ProductsRun) continue;
@@ -375,6 +396,14 @@ Slot TypedPool::constant(double x)
         at->second = take();
         store_.value(at->second) = Value(x);
     }
+    return at->second;
+}
+
+Slot TypedPool::answer(const TypedComparison& comparison)
+{
+    const auto [at, isNew] = answers_.try_emplace(
+        {comparison.cell, comparison.op, comparison.textFirst, comparison.text.text()}, kNoSlot);
+    if (isNew) at->second = take();
     return at->second;
 }
 

@@ -42,6 +42,7 @@ public:
         : typed_(typed), inputs_(inputs), outputs_(outputs)
     {
         program_.each_.sources.resize(formulas.all.size());
+        program_.comparing_.comparisons = typed.comparisons;
         program_.formulas_ = std::make_shared<const BlockFormulas>(std::move(formulas));
     }
 
@@ -444,6 +445,7 @@ std::optional<BlockProgram> BlockProgram::make(const TypedProgram& typed, BlockF
 void BlockProgram::readTables(Store& store)
 {
     for (TypedTable& table : *each_.tables) table.read(store.values());
+    comparing_.compare(store.values());
 }
 
 BlockRegisters BlockProgram::load(const Store& store) const

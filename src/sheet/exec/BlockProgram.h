@@ -27,7 +27,7 @@ public:
     static std::optional<BlockProgram> make(const TypedProgram& typed, BlockFormulas formulas,
                                             std::span<const Slot> inputs, std::span<const Slot> outputs);
 
-    /// Takes what tables hold from the cells as they are; before `load`.
+    /// Takes what tables hold and texts compare to from the cells as they are; before `load`.
     void readTables(Store& store);
     /// Registers for one thread, with what does not depend on the inputs worked out from the cells as they
     /// are.
@@ -50,6 +50,7 @@ private:
     friend class BlockMaker;
 
     BlockCode once_, each_;
+    TypedProgram comparing_; // comparisons alone
     std::shared_ptr<const BlockFormulas> formulas_;
     std::vector<std::pair<Slot, std::uint32_t>> constants_; // cell -> register
     std::vector<std::optional<std::uint32_t>> inputs_;      // register, for those that are read

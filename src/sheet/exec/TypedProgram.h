@@ -128,6 +128,21 @@ struct TypedInstruction {
     }
 };
 
+/// Whether a cell compares with a text in some way. The cell changes neither while the code runs nor by it.
+struct TypedComparison {
+    Slot cell = kNoSlot;
+    Value text;
+    Operator op = Operator::Equal;
+    bool textFirst = false;
+    Slot answer = kNoSlot; // receives 1 or 0
+
+    bool holdsFor(const Value& cellValue) const
+    {
+        const int order = compareValues(cellValue, text);
+        return holds(op, textFirst ? -order : order);
+    }
+};
+
 /// A step stops at the first formula one of whose results is no finite number.
 struct TypedProgram {
     std::vector<TypedInstruction> instructions;
@@ -135,6 +150,14 @@ struct TypedProgram {
     std::vector<double (*)(double, double)> twos;
     std::vector<TypedTable> tables;
     std::vector<TypedBody> bodies;
+    std::vector<TypedComparison> comparisons;
+
+    /// Answers the comparisons for the cells as they are.
+    void compare(Value* store) const
+    {
+        for (const TypedComparison& c : comparisons)
+            store[c.answer].setNumber(c.holdsFor(store[c.cell]) ? 1.0 : 0.0);
+    }
 };
 
 } // namespace varnex3::sheet

@@ -30,13 +30,15 @@ bool Plan::restoreKinds(Store& store, const FormulaTable& formulas) const
     return changed;
 }
 
+bool Plan::isFixed(Slot cell, const Store& store, const std::vector<bool>& inPlan) const
+{
+    const FormulaId from = store.formula(cell);
+    return (from == kNoFormula || !inPlan[from]) && !std::binary_search(key.begin(), key.end(), cell);
+}
+
 bool Plan::isFixed(const TypedTable& table, const Store& store, const std::vector<bool>& inPlan) const
 {
-    const auto fixed = [&](const std::pair<Slot, Kind>& cell) {
-        const FormulaId from = store.formula(cell.first);
-        return (from == kNoFormula || !inPlan[from]) &&
-               !std::binary_search(key.begin(), key.end(), cell.first);
-    };
+    const auto fixed = [&](const std::pair<Slot, Kind>& cell) { return isFixed(cell.first, store, inPlan); };
     return std::all_of(table.keyCells.begin(), table.keyCells.end(), fixed) &&
            std::all_of(table.cells.begin(), table.cells.end(), fixed);
 }
@@ -77,13 +79,15 @@ void Plan::build(Store& store, FormulaTable& formulas, TypedPool& pool,
         source.results.push_back(slot);
         expected[i] = store.value(slot).kind();
         const auto start = static_cast<std::uint32_t>(typedCode.instructions.size());
-        const std::size_t known = operands.size();
+        const std::size_t known = operands.size(), compared = typedCode.comparisons.size();
         bool fits = !formulas.isBlock(f) && formulas.typed(f).result == expected[i] &&
                     appendTyped(formulas.typed(f), formulas.code(f), store.address(slot), slot, store, pool,
                                 typedCode, operands);
         // The cells of an array formula change their kinds unseen; what the plan itself works out is checked
         // when it is there.
         for (std::size_t k = known; fits && k < operands.size(); ++k) fits = !isArray(operands[k]);
+        for (std::size_t k = compared; fits && k < typedCode.comparisons.size(); ++k)
+            fits = isFixed(typedCode.comparisons[k].cell, store, inPlan);
         for (; tables < typedCode.tables.size(); ++tables) {
             TypedTable& table = typedCode.tables[tables];
             table.live = !isFixed(table, store, inPlan);
@@ -99,6 +103,7 @@ void Plan::build(Store& store, FormulaTable& formulas, TypedPool& pool,
             source.formulas.push_back({i, start, group});
         } else {
             typedCode.instructions.resize(start);
+            typedCode.comparisons.resize(compared);
             operands.resize(known);
         }
         const auto count = static_cast<std::uint32_t>(source.formulas.size());
@@ -143,6 +148,8 @@ bool Plan::appendNeeded(Store& store, FormulaTable& formulas, TypedPool& pool, s
             reads.insert(reads.end(), table.keyCells.begin(), table.keyCells.end());
             reads.insert(reads.end(), table.cells.begin(), table.cells.end());
         }
+        for (const TypedComparison& comparison : made.comparisons)
+            if (!isFixed(comparison.cell, store, inPlan)) return false;
         return std::all_of(reads.begin(), reads.end(), [&](const auto& cell) {
             const FormulaId from = store.formula(cell.first);
             return cell.second == Kind::Number || cell.second == Kind::Boolean || from == kNoFormula ||
@@ -172,6 +179,7 @@ bool Plan::appendNeeded(Store& store, FormulaTable& formulas, TypedPool& pool, s
         }
         if (!wanted) continue;
         scratch.instructions.clear();
+        scratch.comparisons.clear();
         own.clear();
         bool isTyped = append(*f, scratch, own) && holds(scratch, own);
         if (readWhole.contains(slot)) // where it may give a text, the reader wants to see it

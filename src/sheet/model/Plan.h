@@ -71,6 +71,7 @@ struct Plan {
     {
         for (TypedTable& table : typedCode.tables)
             if (!table.live) table.read(store.values());
+        typedCode.compare(store.values());
         program.load(store);
     }
     /// Whether the cells that typed code reads from outside have the kinds that it was made for.
@@ -79,8 +80,9 @@ struct Plan {
     bool restoreKinds(Store& store, const FormulaTable& formulas) const;
 
 private:
-    /// Whether no cell of a table is written or worked out by the plan.
+    /// Whether a cell, or each cell of a table, is neither written nor worked out by the plan.
     /// @param inPlan  by formula
+    bool isFixed(Slot cell, const Store& store, const std::vector<bool>& inPlan) const;
     bool isFixed(const TypedTable& table, const Store& store, const std::vector<bool>& inPlan) const;
 };
 

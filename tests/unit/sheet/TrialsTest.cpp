@@ -201,6 +201,35 @@ TEST(Trials, LeaveACountOfFailingCellsToSingleTrials)
     EXPECT_EQ(y[0], 2.0);
 }
 
+// The kind of the cell stays the same when its text changes.
+TEST(Trials, FollowATextThatIsComparedWith)
+{
+    Book book;
+    book.addSheet("S");
+    book.setContent(at("A1"), "2");
+    book.setContent(at("B1"), "Steel");
+    book.setContent(at("C1"), "=IF(B1=\"steel\",A1*2,IF(\"stone\">=B1,A1*3,A1))");
+    book.calculate();
+    const Slot inputs[] = {book.slot(at("A1"))}, outputs[] = {book.slot(at("C1"))};
+    const auto trials = book.trials(inputs, outputs, 1);
+    ASSERT_TRUE(trials);
+    const std::pair<const char*, double> cases[] = {
+        {"Steel", 20}, {"wood", 10}, {"brick", 30}, {"STEEL", 20}};
+    for (const auto& [text, wanted] : cases) {
+        book.setValue(at("B1"), Value(text));
+        book.calculate();
+        const double x = 10.0;
+        double y = 0.0;
+        EXPECT_EQ(trials->run({&x, 1}, {&y, 1}), 1U);
+        EXPECT_EQ(y, wanted) << text;
+        for (int run = 0; run < 2; ++run) { // the second time through typed code
+            book.write(inputs[0], 10.0);
+            book.calculate();
+            EXPECT_EQ(book.value(at("C1")).number(), wanted) << text;
+        }
+    }
+}
+
 TEST(Trials, FollowWhatHappensToTheBook)
 {
     Book book;
