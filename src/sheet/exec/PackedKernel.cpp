@@ -109,6 +109,7 @@ template <class F>
     for (const PackedInstruction* at = instructions + begin;; ++at) {
         const PackedInstruction& in = *at;
         double r = 0.0;
+        if (in.op > PackedOp::GatherRow) __builtin_unreachable();
         switch (in.op) {
 #define VARNEX3_SINGLE(name, operands, result)                                                               \
     case PackedOp::name: {                                                                                   \

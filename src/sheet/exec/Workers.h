@@ -1,9 +1,8 @@
 // sheet/exec/Workers.h - threads that wait for work.
 #pragma once
 
-#include <condition_variable>
+#include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -11,7 +10,8 @@
 
 namespace varnex3::sheet {
 
-/// A fixed number of threads, the caller's own among them.
+/// A fixed number of threads, the caller's own among them. Between two tasks that follow one another closely
+/// they stay awake.
 class Workers {
 public:
     /// @param count  at least 1; threads that the system refuses are done without
@@ -21,19 +21,17 @@ public:
     Workers& operator=(const Workers&) = delete;
 
     unsigned count() const { return static_cast<unsigned>(threads_.size()) + 1; }
-    /// Calls task(0) here and task(1), task(2), ... on the other threads; returns when all have ended. A task
-    /// throws nothing.
+    /// Calls task(0) here and task(1), task(2), ... on those other threads that are awake before it ends;
+    /// returns when all have ended. So task(0) must do all that nobody else does. A task throws nothing.
     void run(FunctionRef<void(unsigned)> task);
 
 private:
     void serve(unsigned number);
 
-    std::mutex mutex_;
-    std::condition_variable wake_, done_;
     const FunctionRef<void(unsigned)>* task_ = nullptr;
-    std::uint64_t round_ = 0;
-    unsigned busy_ = 0;
-    bool ends_ = false;
+    std::atomic<std::uint64_t> gate_ = 0;
+    std::atomic<unsigned> joined_ = 0;
+    std::atomic<bool> ends_ = false;
     std::vector<std::thread> threads_;
 };
 

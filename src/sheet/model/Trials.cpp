@@ -10,7 +10,7 @@ namespace varnex3::sheet {
 namespace {
 
 /// Instructions over one block that a second thread is worth waking for.
-constexpr std::size_t kWorthAThread = 4000;
+constexpr std::size_t kWorthAThread = 1000;
 
 } // namespace
 
