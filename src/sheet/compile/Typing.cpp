@@ -112,7 +112,12 @@ void Typist::binary(TypedOp op, Kind kind)
 {
     const Operand b = arithmetic(pop());
     const Operand a = arithmetic(pop());
-    push(emit(op, a, b).d, kind);
+    const Step* first = op == TypedOp::Multiply || op == TypedOp::Divide ? product(a, 1) : nullptr;
+    if (first == nullptr) return push(emit(op, a, b).d, kind);
+    const TypedOp joined = op == TypedOp::Multiply ? TypedOp::ProductOfThree : TypedOp::ProductQuotient;
+    const Operand x = first->a, y = first->b;
+    typed_.steps.pop_back();
+    push(emit(joined, x, y, b).d, kind);
 }
 
 const TypedTemplate::Step* Typist::product(Operand o, std::size_t back) const

@@ -142,8 +142,9 @@ void findInLanes(double* d, const double* x, const std::uint32_t* list, const Ty
 #define VARNEX3_LANES(name, operands, result)                                                                \
     case BlockOp::name:                                                                                      \
         for (std::size_t l = 0; l < kLanes; ++l) {                                                           \
-            [[maybe_unused]] const double x = pa[l], y = operands > 1 ? pb[l] : 0.0;                         \
-            d[l] = isFinite(x) && isFinite(y) ? result : kNoNumber;                                          \
+            [[maybe_unused]] const double x = pa[l], y = operands > 1 ? pb[l] : 0.0,                         \
+                                          z = operands > 2 ? pc[l] : 0.0;                                    \
+            d[l] = isFinite(x) && isFinite(y) && isFinite(z) ? result : kNoNumber;                           \
         }                                                                                                    \
         break;
             VARNEX3_GUARDED_OPERATIONS(VARNEX3_LANES)

@@ -41,8 +41,9 @@ using lanes::kNoNumber;
 #define VARNEX3_ROW(name, operands, result)                                                                  \
     case PackedOp::name##Row:                                                                                \
         for (std::size_t l = 0; l < count; ++l) {                                                            \
-            [[maybe_unused]] const double x = pa[l], y = operands > 1 ? pb[l] : 0.0;                         \
-            d[l] = isFinite(x) && isFinite(y) ? result : kNoNumber;                                          \
+            [[maybe_unused]] const double x = pa[l], y = operands > 1 ? pb[l] : 0.0,                         \
+                                          z = operands > 2 ? pc[l] : 0.0;                                    \
+            d[l] = isFinite(x) && isFinite(y) && isFinite(z) ? result : kNoNumber;                           \
         }                                                                                                    \
         break;
         VARNEX3_GUARDED_OPERATIONS(VARNEX3_ROW)

@@ -25,6 +25,7 @@ namespace varnex3::sheet {
     OPERATION(Add, 2, x + y)                                                                                 \
     OPERATION(Subtract, 2, x - y)                                                                            \
     OPERATION(Multiply, 2, x* y)                                                                             \
+    OPERATION(ProductOfThree, 3, x* y* z)                                                                    \
     OPERATION(Negate, 1, -x)                                                                                 \
     OPERATION(Percent, 1, x / 100.0)                                                                         \
     OPERATION(FinalAdd, 2, cancelled(x + y, x))                                                              \
@@ -52,6 +53,7 @@ namespace varnex3::sheet {
     OPERATION(GreaterEqual, 2, compareNumbers(x, y) >= 0 ? 1.0 : 0.0)
 #define VARNEX3_GUARDED_OPERATIONS(OPERATION)                                                                \
     OPERATION(Divide, 2, x / y)                                                                              \
+    OPERATION(ProductQuotient, 3, x* y / z)                                                                  \
     OPERATION(Not, 1, x == 0.0 ? 1.0 : 0.0)                                                                  \
     OPERATION(Both, 2, x != 0.0 && y != 0.0 ? 1.0 : 0.0)                                                     \
     OPERATION(Either, 2, x != 0.0 || y != 0.0 ? 1.0 : 0.0)                                                   \
