@@ -380,7 +380,8 @@ double variableDecline(double cost, double salvage, double life, double from, do
 Value vdb(Call& call)
 {
     const double cost = call.number(0), salvage = call.number(1), life = call.number(2);
-    const double from = call.number(3), to = call.number(4), factor = call.number(5);
+    const double from = call.number(3), to = call.number(4);
+    const double factor = call.given(5) ? call.number(5) : 2.0; // also when left empty before the last one
     if (cost < 0.0 || salvage < 0.0 || life <= 0.0 || from < 0.0 || to < from || to > life || factor < 0.0)
         return Failure::Num;
     if (life > 1e6) return Failure::Num; // the periods are gone through one by one

@@ -159,16 +159,19 @@ Value floorTo(Call& call)
 double multipleAboveOf(double x, double step) { return multipleAbove(x, std::fabs(step)); }
 double multipleBelowOf(double x, double step) { return multipleBelow(x, std::fabs(step)); }
 
+/// The significance of CEILING.MATH and FLOOR.MATH: 1 also when it is left empty before the mode.
+double significance(const Call& call) { return call.given(1) ? std::fabs(call.number(1)) : 1.0; }
+
 Value ceilingMath(Call& call)
 {
-    const double x = call.number(0), step = std::fabs(call.number(1));
+    const double x = call.number(0), step = significance(call);
     const bool outward = x < 0.0 && call.number(2) != 0.0;
     return finite(outward ? multipleBelow(x, step) : multipleAbove(x, step));
 }
 
 Value floorMath(Call& call)
 {
-    const double x = call.number(0), step = std::fabs(call.number(1));
+    const double x = call.number(0), step = significance(call);
     const bool inward = x < 0.0 && call.number(2) != 0.0;
     return finite(inward ? multipleAbove(x, step) : multipleBelow(x, step));
 }

@@ -294,7 +294,7 @@ std::optional<Match> chosenMatch(Call& call, const std::u16string& text, double 
 
 Value aroundDelimiter(Call& call, bool before)
 {
-    const double instance = std::trunc(call.number(2));
+    const double instance = call.given(2) ? std::trunc(call.number(2)) : 1.0;
     if (instance == 0.0) return Failure::Value;
     const std::u16string text = unitsOf(call.text(0));
     const std::optional<Match> match = chosenMatch(call, text, instance);
