@@ -57,7 +57,7 @@ bool Typist::instruction(std::size_t at)
     case Op::FinalBinary: return compareText(in) || (!anyStops(2) && operation(in));
     case Op::Call: {
         const CallSite& site = code_.calls[in.operand];
-        return anyStops(site.count) ? body(site) : call(site);
+        return chosen(site) || (anyStops(site.count) ? body(site) : call(site));
     }
     case Op::SetLocal:
         if (anyStops(1)) return false;

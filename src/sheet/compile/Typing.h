@@ -41,7 +41,7 @@ struct TypedTemplate {
         TypedOp op = TypedOp::Copy;
         TypedOperand d, a, b, c, e;
         std::uint32_t target = 0;
-        std::uint32_t table = 0; // of Find, Pick and Body
+        std::uint32_t table = 0; // of Find, Pick and Body; the choice of AddChosen
         double (*one)(double) = nullptr;
         double (*two)(double, double) = nullptr;
     };
@@ -53,6 +53,7 @@ struct TypedTemplate {
         bool isRun = false;            // numbers of the area, everything else left out
         bool needsNumber = false;      // of a run: there must be one
         bool isPlain = false;          // of a run: a row or column of nothing but numbers
+        bool isGrid = false;           // of a run: cell by cell
         bool allowsAny = false;        // only its kind counts
         std::int32_t row = 0, col = 0; // of one cell of an area, from 1; col 0: counted along the area
     };
@@ -69,6 +70,17 @@ struct TypedTemplate {
         std::uint32_t reading = 0;
         std::uint8_t kinds = 0; // bit by Kind
         std::optional<TypedComparison> comparison;
+    };
+    /// Cells that meet all criteria: a step adds up the values beside them, or counts them.
+    struct Choice {
+        struct Criterion {
+            std::uint32_t reading;
+            TypedOp relation;
+            TypedOperand operand;
+        };
+        std::vector<Criterion> criteria;
+        std::optional<std::uint32_t> values; // reading; of these only numbers count
+        bool counts = false;
     };
     /// A table in which a step looks up.
     struct Table {
@@ -91,6 +103,7 @@ struct TypedTemplate {
     std::vector<Reading> readings;
     std::vector<Count> counts;
     std::vector<Question> questions;
+    std::vector<Choice> choices;
     std::vector<Table> tables;
     std::vector<TypedBody> bodies; // their operands are a, b and c of the step
     std::uint32_t temporaries = 0;

@@ -53,6 +53,9 @@ private:
     bool operation(const Instruction& in);
     bool call(const CallSite& site);
     bool body(const CallSite& site);
+    bool chosen(const CallSite& site);
+    bool criterion(std::size_t range, TypedTemplate::Choice& choice);
+    Operand addChosen(TypedTemplate::Choice choice, bool counts);
     bool fold(const CallSite& site, TypedOp run, double start, TypedOp joining);
     bool average(const CallSite& site);
     bool extreme(const CallSite& site, TypedOp run);

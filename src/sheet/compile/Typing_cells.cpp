@@ -19,6 +19,12 @@ struct Run {
     std::uint32_t count;
 };
 
+/// The cells of an area, column by column.
+struct Grid {
+    std::int32_t rows = 0, cols = 0;
+    std::vector<std::pair<Slot, Kind>> cells;
+};
+
 /// Turns one template into instructions for one cell.
 class Placer {
 public:
@@ -38,6 +44,8 @@ private:
     bool settleTable(const TypedTemplate::Table& table);
     bool readLine(const Area& area, bool numbersOnly, std::vector<std::pair<Slot, Kind>>& cells);
     void products(const Step& step, Slot d);
+    bool choiceFits(const TypedTemplate::Choice& choice) const;
+    void addChosen(const Step& step, Slot d);
     void instruction(const Step& step, Slot result, bool isLast);
     void runs(const Step& step, Slot d);
     Slot slot(const Operand& o);
@@ -53,6 +61,7 @@ private:
     std::vector<Run> runs_;                                // of all readings
     std::vector<std::pair<std::size_t, std::size_t>> own_; // reading -> its runs
     std::vector<Kind> kinds_;                              // reading -> kind of its cell
+    std::vector<Grid> grids_;                              // reading -> its cells, column by column
     std::vector<Slot> cells_;                              // reading -> its cell
     std::vector<double> filled_;                           // reading -> cells of its area that are not empty
     std::vector<double> counts_;
@@ -92,6 +101,7 @@ bool Placer::settle(const TypedTemplate::Reading& reading)
     own_.emplace_back(0, 0);
     kinds_.push_back(kind);
     cells_.push_back(slot);
+    grids_.emplace_back();
     filled_.push_back(0.0);
     return true;
 }
@@ -102,6 +112,7 @@ bool Placer::settleRun(const Area& area, const TypedTemplate::Reading& reading)
     const std::size_t begin = runs_.size();
     bool fits = true;
     double filled = 0.0;
+    Grid grid{area.rows(), area.cols(), {}};
     // Cells that are not there yet could come to life unnoticed: their slots are made now.
     for (std::int32_t c = area.col0; c <= area.col1; ++c)
         for (std::int32_t r = area.row0; r <= area.row1; r += Store::kTileRows - r % Store::kTileRows)
@@ -111,6 +122,7 @@ bool Placer::settleRun(const Area& area, const TypedTemplate::Reading& reading)
             const Kind kind = store_.value(s).kind();
             operands_.emplace_back(s, kind);
             if (kind != Kind::Empty) filled += 1.0;
+            if (reading.isGrid) grid.cells.emplace_back(s, kind);
             if (kind == Kind::Failure || (reading.isPlain && kind != Kind::Number)) fits = false;
             if (kind != Kind::Number) continue;
             if (runs_.size() > begin && runs_.back().first + runs_.back().count == s) {
@@ -125,6 +137,7 @@ bool Placer::settleRun(const Area& area, const TypedTemplate::Reading& reading)
     own_.emplace_back(begin, runs_.size());
     kinds_.push_back(Kind::Reference);
     cells_.push_back(kNoSlot);
+    grids_.push_back(std::move(grid));
     filled_.push_back(filled);
     if (reading.isPlain && area.rows() > 1 && area.cols() > 1) return false; // a column or a row
     return fits && (!reading.needsNumber || runs_.size() > begin);
@@ -272,6 +285,53 @@ void Placer::products(const Step& step, Slot d)
     }
 }
 
+/// Areas of one size, and none whose texts would have to be read as numbers.
+bool Placer::choiceFits(const TypedTemplate::Choice& choice) const
+{
+    constexpr std::size_t kMostCells = 256;
+    const Grid& first = grids_[choice.criteria.front().reading];
+    const auto alike = [&](const Grid& g) {
+        const std::size_t all = static_cast<std::size_t>(g.rows) * static_cast<std::size_t>(g.cols);
+        return g.rows == first.rows && g.cols == first.cols && g.cells.size() == all && all <= kMostCells;
+    };
+    for (const auto& criterion : choice.criteria) {
+        const Grid& grid = grids_[criterion.reading];
+        if (!alike(grid)) return false;
+        for (const auto& [slot, kind] : grid.cells) {
+            if (criterion.relation == TypedOp::NotEqual && kind != Kind::Number) return false;
+            if (criterion.relation == TypedOp::Equal && kind == Kind::Text) return false;
+        }
+    }
+    return !choice.values || alike(grids_[*choice.values]);
+}
+
+/// Cell by cell; one that is no number meets no criterion.
+void Placer::addChosen(const Step& step, Slot d)
+{
+    const TypedTemplate::Choice& choice = typed_.choices[step.table];
+    const Slot mask = slot(step.c), further = slot(step.e);
+    program_.instructions.push_back({TypedOp::Copy, d, slot(step.a), 0, 0, 0});
+    const std::size_t cells = grids_[choice.criteria.front().reading].cells.size();
+    for (std::size_t k = 0; k < cells; ++k) {
+        const auto isNumber = [&](std::uint32_t reading) {
+            return grids_[reading].cells[k].second == Kind::Number;
+        };
+        bool may = !choice.values || isNumber(*choice.values);
+        for (const auto& criterion : choice.criteria) may = may && isNumber(criterion.reading);
+        if (!may) continue;
+        bool first = true;
+        for (const auto& criterion : choice.criteria) {
+            const Slot cell = grids_[criterion.reading].cells[k].first;
+            program_.instructions.push_back(
+                {criterion.relation, first ? mask : further, cell, slot(criterion.operand), 0, 0});
+            if (!first) program_.instructions.push_back({TypedOp::Both, mask, mask, further, 0, 0});
+            first = false;
+        }
+        const Slot value = choice.counts ? pool_.constant(1.0) : grids_[*choice.values].cells[k].first;
+        program_.instructions.push_back({TypedOp::AddChosen, d, d, mask, value, 0});
+    }
+}
+
 void Placer::runs(const Step& step, Slot d)
 {
     if (step.op == TypedOp::ProductsRun) return products(step, d);
@@ -293,6 +353,7 @@ void Placer::instruction(const Step& step, Slot result, bool isLast)
 {
     const Slot d = isLast ? result : slot(step.d);
     if (isRun(step.op)) return runs(step, d);
+    if (step.op == TypedOp::AddChosen) return addChosen(step, d);
     TypedInstruction in{step.op, d, slot(step.a), slot(step.b), slot(step.c), slot(step.e)};
     if (step.op == TypedOp::One) {
         in.b = static_cast<std::uint32_t>(program_.ones.size());
@@ -345,6 +406,7 @@ bool Placer::place(Slot result)
         const auto y = resolve(code_.places[typed_.readings[step.e.index].place], here_);
         fits = fits && length(step.a) == length(step.e) && x->rows() == y->rows();
     }
+    for (const TypedTemplate::Choice& choice : typed_.choices) fits = fits && choiceFits(choice);
     const std::size_t tables = program_.tables.size();
     for (const TypedTemplate::Table& table : typed_.tables) fits = fits && settleTable(table);
     if (!fits) {

@@ -124,7 +124,8 @@ std::uint32_t BlockMaker::emit(BlockInstruction in, bool constant)
 /// which one holds an error.
 bool BlockMaker::isUnsure(const BlockCode& code, const BlockInstruction& in) const
 {
-    bool unsure = in.op == BlockOp::Given || in.op == BlockOp::PresentList || in.op == BlockOp::Formula;
+    bool unsure = in.op == BlockOp::Given || in.op == BlockOp::AddChosen || in.op == BlockOp::PresentList ||
+                  in.op == BlockOp::Formula;
     auto table = TypedInstruction{static_cast<TypedOp>(in.op), 0, 0, in.b, in.c, 0}.table();
     if (in.op > BlockOp::Pick) table = std::nullopt;
     if (in.op == BlockOp::FindList || in.op == BlockOp::PickList) table = in.e;

@@ -58,6 +58,7 @@ namespace varnex3::sheet {
     OPERATION(Both, 2, x != 0.0 && y != 0.0 ? 1.0 : 0.0)                                                     \
     OPERATION(Either, 2, x != 0.0 || y != 0.0 ? 1.0 : 0.0)                                                   \
     OPERATION(Exclusive, 2, (x != 0.0) != (y != 0.0) ? 1.0 : 0.0)                                            \
+    OPERATION(AddChosen, 3, y != 0.0 ? x + z : x)                                                            \
     OPERATION(Given, 2, x)                                                                                   \
     OPERATION(Power, 2, x == 0.0 && y < 0.0 ? HUGE_VAL : power(x, y))                                        \
     OPERATION(One, 1, ones[in.b](x))                                                                         \

@@ -243,7 +243,7 @@ std::string randomFormula(std::mt19937& draw, int r, int c, bool circles)
     const auto pick = [&](int n) { return static_cast<int>(draw() % static_cast<unsigned>(n)); };
     const auto cell = [&] { return a1Text(CellAddress{0, pick(std::max(1, r)), pick(6)}); };
     const auto own = a1Text(CellAddress{0, r, c}), rows = std::to_string(std::max(1, r));
-    switch (pick(53)) {
+    switch (pick(55)) {
     case 28:
         return "=IFERROR(" + cell() + "/" + cell() + "-IFERROR(SQRT(" + cell() + "),9),LN(" + cell() + "))";
     case 29: return "=IFERROR(VLOOKUP(" + cell() + ",H1:I6,2,FALSE),IFERROR(1/" + cell() + ",\"none\"))";
@@ -290,6 +290,12 @@ std::string randomFormula(std::mt19937& draw, int r, int c, bool circles)
                ",A1:C" + rows + ",2,FALSE))";
     case 51: return "=IF(" + cell() + "=\"text\"," + cell() + ",IF(\"\"<=" + cell() + ",2," + cell() + "))";
     case 52: return "=IF(OR(H1=\"text\",H2<>\"12\",I1=\"\")," + cell() + "*2,I2)";
+    case 53:
+        return "=SUMIF(A1:A" + rows + ",\">=" + std::to_string(pick(5)) + ".5\"," +
+               (pick(2) != 0 ? "B1:B" : "A1:A") + rows + ")+COUNTIF(A1:C3," + cell() + ")*IFERROR(AVERAGEIF(A1:B" + rows + ",\"<2\"),7)";
+    case 54:
+        return "=SUMIFS(H1:H6,I1:I6,\">1\",H1:H6,\"<>3\")-COUNTIFS(A1:A" + rows + ",\"<=2\",C1:C" + rows +
+               ",\"=1\")+" + cell();
     case 43: return "=LET(q," + cell() + "/" + cell() + ",IFERROR(q,IFERROR(q+1," + cell() + "))+ISERROR(q))";
     // H1:I6 are numbers most of the time, and change seldom.
     case 22: return "=AVERAGE(A1:C" + std::to_string(std::max(1, r)) + ")-COUNT(A1:A3," + cell() + ")";

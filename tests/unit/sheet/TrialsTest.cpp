@@ -24,7 +24,7 @@ std::string randomNumberFormula(std::mt19937& draw, int row)
     const auto bound = std::to_string(pick(5));
     const auto test = [&] { return cell() + (pick(2) != 0 ? ">" : "<=") + bound; };
     const auto block = "A1:B" + std::to_string(std::max(5, row));
-    switch (pick(43)) {
+    switch (pick(44)) {
     case 0: return "=" + cell() + "+" + cell() + "*" + cell();
     case 1: return "=0.5*" + cell() + "-0.25*" + cell();
     case 2: return "=" + cell() + "/" + cell() + "+1";
@@ -73,6 +73,10 @@ std::string randomNumberFormula(std::mt19937& draw, int row)
     case 42:
         return "=XLOOKUP(" + cell() + ",A1:A4,F1:F4," + cell() + "," + std::to_string(pick(3) - 1) +
                ")+XLOOKUP(" + cell() + ",F1:F4,A1:A4,1)";
+    case 43:
+        return "=SUMIF(A1:A4,\">" + bound +
+               "\",F1:F4)+AVERAGEIFS(A1:A4,F1:F4,\">0.5\",A1:A4,\"<5\")-COUNTIF(" + block + "," + cell() +
+               ")";
     case 39: return "=COUNTA(" + block + ")+IF(ISNUMBER(" + cell() + ")," + cell() + ",2)";
     default: return "=ROUND(" + cell() + ",2)-" + cell();
     }
