@@ -66,6 +66,7 @@ std::optional<std::string_view> optionalParameter(std::string_view word)
 {
     constexpr std::string_view kPrefix = "_XLOP.";
     if (word.size() <= kPrefix.size() || !sameLetters(word.substr(0, kPrefix.size()), kPrefix)) return {};
+    if (!isNameStart(word[kPrefix.size()])) return {};
     return word.substr(kPrefix.size());
 }
 
@@ -594,7 +595,7 @@ private:
         at_ = end;
         for (const bool b : {false, true})
             if (sameLetters(word, b ? "TRUE" : "FALSE")) return addNumber(NodeKind::Boolean, b ? 1.0 : 0.0);
-        if (const auto parameter = optionalParameter(word)) {
+        if (const auto parameter = optionalParameter(withoutPrefixes(word))) {
             Node node;
             node.kind = NodeKind::Structured;
             node.text2 = addText(*parameter);
@@ -694,9 +695,10 @@ private:
         const bool ownBook = text_.substr(start, behind - start) == "[0]" && sheetEnd == behind;
         const std::size_t end = nameEnd(text_, at_);
         if (!ownBook || end == at_ || scanReference(text_, at_)) return parseExternal(start);
-        const std::string_view name = text_.substr(at_, end - at_); // "[0]!Name": a name of this book
+        std::string_view name = withoutPrefixes(text_.substr(at_, end - at_)); // "[0]!Name": of this book
+        while (const auto parameter = optionalParameter(name)) name = withoutPrefixes(*parameter);
         at_ = end;
-        return addWithText(NodeKind::Name, withoutPrefixes(name));
+        return addWithText(NodeKind::Name, name);
     }
 
     Index parseStructured(std::string_view table)

@@ -560,6 +560,7 @@ TEST(FileFormula, MarksWhatLetAndLambdaBind)
         {"=BYROW(A1:C3,SUM)", "_xlfn.BYROW(A1:C3,_xleta.SUM)"},
         {"=MAP(A1:A3,MYFUNCTION)", "_xlfn.MAP(A1:A3,MYFUNCTION)"},
         {"=FACTORIAL(\"LET(x\")", "FACTORIAL(\"LET(x\")"},
+        {"=PERCENTOF(TRIMRANGE(A1:A3),B1:B3)", "_xlfn.PERCENTOF(_xlfn.TRIMRANGE(A1:A3),B1:B3)"},
         {"=_xlpm.x1+1", "_xlpm.x1+1"},
     };
     for (const auto& [text, want] : cases) {
