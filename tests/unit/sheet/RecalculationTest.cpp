@@ -95,9 +95,8 @@ TEST(Recalculation, NeighboursWorkedOutTogetherStaySeparate)
             book->setContent({0, 4, c}, "=" + at2(3, c) + ">" + at2(2, c));
             book->setContent({0, 5, c}, "=IF(" + at2(4, c) + "," + at2(3, c) + ",0)");
             book->setContent({0, 6, c}, "=SUM(" + at2(0, c) + ":" + at2(5, c) + ")");
-            book->setContent({0, 7, c},
-                             "=IF(" + x + ">50,LN(" + x + "-50),IF(" + x + ">20,1/(20-" + x + "),MAX(" + x +
-                                 ",LN($A$21))))");
+            book->setContent({0, 7, c}, "=IF(" + x + ">50,LN(" + x + "-50),IF(" + x + ">20,1/(20-" + x +
+                                            "),MAX(" + x + ",LN($A$21))))");
             book->setContent({0, 8, c}, "=LEN(\"n\"&ROUND(" + at2(7, c) + ",1))"); // no typed code
             book->setContent({0, 9, c}, "=" + at2(8, c) + "*" + at2(7, 3 * c) + "+LN($A$21)");
             book->setContent({0, 10, c}, "=HLOOKUP(ABS(" + at2(9, c) + "),$A$22:$H$22,1)");
@@ -292,7 +291,8 @@ std::string randomFormula(std::mt19937& draw, int r, int c, bool circles)
     case 52: return "=IF(OR(H1=\"text\",H2<>\"12\",I1=\"\")," + cell() + "*2,I2)";
     case 53:
         return "=SUMIF(A1:A" + rows + ",\">=" + std::to_string(pick(5)) + ".5\"," +
-               (pick(2) != 0 ? "B1:B" : "A1:A") + rows + ")+COUNTIF(A1:C3," + cell() + ")*IFERROR(AVERAGEIF(A1:B" + rows + ",\"<2\"),7)";
+               (pick(2) != 0 ? "B1:B" : "A1:A") + rows + ")+COUNTIF(A1:C3," + cell() +
+               ")*IFERROR(AVERAGEIF(A1:B" + rows + ",\"<2\"),7)";
     case 54:
         return "=SUMIFS(H1:H6,I1:I6,\">1\",H1:H6,\"<>3\")-COUNTIFS(A1:A" + rows + ",\"<=2\",C1:C" + rows +
                ",\"=1\")+" + cell();
