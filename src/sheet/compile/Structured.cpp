@@ -76,6 +76,30 @@ std::optional<Area> tableCells(const Table& table, const TableItems& items)
     return cells;
 }
 
+bool renameColumnsIn(Tree& tree, const RenamedColumns& renamed)
+{
+    bool changed = false;
+    for (const Node& n : tree.nodes) {
+        if (n.kind != NodeKind::Structured || n.text < 0) continue;
+        if (!equalTexts(tree.texts[static_cast<std::size_t>(n.text)], renamed.table)) continue;
+        std::string& specification = tree.texts[static_cast<std::size_t>(n.text2)];
+        auto items = parseTableItems(specification);
+        if (!items) continue;
+        bool named = false;
+        for (std::string* column : {&items->firstColumn, &items->lastColumn}) {
+            const auto found =
+                std::find_if(renamed.names.begin(), renamed.names.end(),
+                             [&](const auto& name) { return equalTexts(name.first, *column); });
+            if (found == renamed.names.end()) continue;
+            *column = found->second;
+            named = true;
+        }
+        if (named) specification = tableItemsText(*items);
+        changed = changed || named;
+    }
+    return changed;
+}
+
 Place fixedPlace(const Area& area)
 {
     Place p;

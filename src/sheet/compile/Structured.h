@@ -3,7 +3,9 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <variant>
+#include <vector>
 
 #include "sheet/compile/Compiler.h"
 #include "sheet/formula/Parser.h"
@@ -18,6 +20,14 @@ void bindToTables(Tree& tree, const CellAddress& cell, const Scope& scope);
 /// The cells of a table that an item specification asks for; for "this row", the data rows of its columns.
 /// Nothing when the table has no such rows or columns, or the items cannot stand together.
 std::optional<Area> tableCells(const Table& table, const TableItems& items);
+
+/// Columns of one table and what they are called from now on.
+struct RenamedColumns {
+    std::string table;
+    std::vector<std::pair<std::string, std::string>> names; // old, new; all at once
+};
+/// Whether references that name the table used the old names; they use the new ones then.
+bool renameColumnsIn(Tree& tree, const RenamedColumns& renamed);
 
 /// A place, or the error value that the reference gives with what is wrong about it.
 struct LostReference {

@@ -47,5 +47,8 @@ struct TableItems {
 /// Reads an item specification: "Col", "@Col", "[#This Row],[Col]", "[#Headers],[#Data],[A]:[B]", "".
 /// Nothing for any other text. `data` is set where no item is named.
 std::optional<TableItems> parseTableItems(std::string_view specification);
+/// A specification that reads back as these items, with columns in brackets of their own where desktop
+/// programs want them.
+std::string tableItemsText(const TableItems& items);
 
 } // namespace varnex3::sheet

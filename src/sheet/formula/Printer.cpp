@@ -2,8 +2,10 @@
 //
 // Works from the first node to the last, so a chain of ten thousand sums needs no deep recursion. Beside the
 // parentheses of the tree a pair is written where the text would read otherwise without it.
+#include <algorithm>
 #include <charconv>
 #include <functional>
+#include <utility>
 
 #include "sheet/formula/Lexical.h"
 #include "sheet/formula/Parentheses.h"
@@ -237,9 +239,52 @@ private:
     std::size_t h_ = 0;
 };
 
+/// Whether the name of a column may stand alone between the brackets behind its table.
+bool isPlainColumn(std::string_view name)
+{
+    return !name.starts_with(' ') && !name.ends_with(' ') &&
+           std::all_of(name.begin(), name.end(), [](char c) {
+               return static_cast<unsigned char>(c) >= 0x80 || lexical::isLetter(c) || lexical::isDigit(c) ||
+                      c == '_' || c == '.' || c == ' ';
+           });
+}
+
+std::string bracketed(std::string_view column)
+{
+    std::string text = "[";
+    for (const char c : column) {
+        if (std::string_view("[]#'@").find(c) != std::string_view::npos) text += '\'';
+        text += c;
+    }
+    return text += ']';
+}
+
 } // namespace
 
 std::string formulaText(const Tree& tree, const CellAddress& here) { return Printer(tree, here).print(); }
+
+std::string tableItemsText(const TableItems& items)
+{
+    const bool all = items.headers && items.data && items.totals;
+    const std::pair<bool, std::string_view> specials[] = {
+        {items.thisRow, "[#This Row]"},
+        {all, "[#All]"},
+        {items.headers && !all, "[#Headers]"},
+        {items.data && (items.headers || items.totals) && !all, "[#Data]"},
+        {items.totals && !all, "[#Totals]"}};
+    std::string text;
+    for (const auto& [named, special] : specials) {
+        if (!named) continue;
+        if (!text.empty()) text += ',';
+        text += special;
+    }
+    if (items.firstColumn.empty()) return text;
+    const bool one = items.firstColumn == items.lastColumn;
+    if (text.empty() && one && isPlainColumn(items.firstColumn)) return items.firstColumn;
+    if (!text.empty()) text += ',';
+    text += bracketed(items.firstColumn);
+    return one ? text : text + ":" + bracketed(items.lastColumn);
+}
 
 std::size_t hashOf(const Tree& tree)
 {

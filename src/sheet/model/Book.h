@@ -112,7 +112,9 @@ public:
     // Cells.
     const Value& value(const CellAddress& cell) const;       // Empty where nothing is
     const Value& storedValue(const CellAddress& cell) const; // as loaded; Empty for none
-    void setValue(const CellAddress& cell, Value value);     // replaces a formula too
+    /// Replaces a formula too. In a heading of a table the value becomes a text that no other column has, and
+    /// the column takes it for its name; formulas that use the old name follow.
+    void setValue(const CellAddress& cell, Value value);
     /// Content as a user types it: "=..." is a formula, else text that reads as number or Boolean, else text.
     void setContent(const CellAddress& cell, std::string_view content);
     std::string content(const CellAddress& cell) const; // formula with "=", or the constant as text
@@ -155,6 +157,8 @@ public:
     /// The defined names that were added or given another meaning, also because a sheet was renamed or
     /// removed.
     std::vector<NameState> changedNames() const;
+    /// The tables with columns that have been given other names than they have in the file.
+    std::vector<Table> renamedTables() const;
     /// The other books in the order in which files number them from 1, and the number of one by its path; 0
     /// for none of that path.
     std::vector<OtherBook> otherBooks() const;

@@ -121,6 +121,10 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     void renameSheet(SheetIndex sheet, const std::string& name);
     void removeSheet(SheetIndex sheet);
     std::vector<std::string> tablesOf(SheetIndex sheet) const;
+    Table* headingAt(const Area& area);
+    void refuseFormulaInHeading(const Area& area);
+    std::string headingText(const Table& table, std::size_t column, const Value& value) const;
+    void renameColumn(Table& table, std::size_t column, const std::string& name);
     void forgetSheet(SheetIndex sheet);
     void closeAreas();
     void checkSheetName(std::string_view name, std::optional<SheetIndex> except) const;
@@ -149,8 +153,9 @@ struct Book::Impl final : Environment, BookBuilder, Scope {
     std::vector<DefinedName> definedNames;
     std::unordered_multimap<std::string, std::size_t> nameIndex; // lower case -> definedNames
     std::vector<Table> tables;
-    std::vector<Area> mergedAreas;                          // shown as one cell each
-    std::vector<Area> filters;                              // whose hidden rows are filtered out
+    std::vector<std::string> renamedTables; // with columns that are called otherwise than in the file
+    std::vector<Area> mergedAreas;          // shown as one cell each
+    std::vector<Area> filters;              // whose hidden rows are filtered out
     std::vector<std::vector<std::int32_t>> hiddenRows;      // by sheet, ascending
     std::unordered_map<std::uint64_t, CodeId> sharedGroups; // sheet and group, while loading
     std::unordered_map<std::uint64_t, std::pair<CellAddress, std::string>>

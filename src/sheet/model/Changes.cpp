@@ -149,9 +149,19 @@ std::vector<NameState> Book::changedNames() const
     return changed;
 }
 
+std::vector<Table> Book::renamedTables() const
+{
+    const std::vector<std::string>& names = impl_->renamedTables;
+    std::vector<Table> renamed;
+    for (const Table& table : impl_->tables)
+        if (std::find(names.begin(), names.end(), table.name) != names.end()) renamed.push_back(table);
+    return renamed;
+}
+
 void Book::markSaved()
 {
     Impl& impl = *impl_;
+    impl.renamedTables.clear();
     impl.store.forgetEdited();
     for (FormulaId f = 0; f < impl.formulas.size(); ++f) {
         if (!impl.formulas.isAlive(f)) continue;

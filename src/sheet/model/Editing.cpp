@@ -45,9 +45,14 @@ void Book::Impl::replace(Slot slot, double x)
 
 void Book::Impl::setValue(Slot slot, Value value)
 {
-    clearFormula(slot);
     if (value.isNumber() && !std::isfinite(value.number())) value = Failure::Num;
-    if (!value.isScalar()) throw BookError(cellText(store.address(slot)) + ": a cell holds one value");
+    const CellAddress at = store.address(slot);
+    if (!value.isScalar()) throw BookError(cellText(at) + ": a cell holds one value");
+    Table* table = headingAt({at.sheet, at.row, at.col, at.row, at.col});
+    const auto column = table ? static_cast<std::size_t>(at.col - table->area.col0) : 0;
+    if (table) value = headingText(*table, column, value);
+    clearFormula(slot);
+    if (table) renameColumn(*table, column, value.text());
     Value& target = store.value(slot);
     if (target.kind() != value.kind()) recalculation.kindChanged();
     target = std::move(value);
@@ -71,6 +76,7 @@ void Book::Impl::setFormula(const CellAddress& cell, std::string_view text)
     if (const auto* error = std::get_if<ParseError>(&parsed))
         throw BookError(cellText(cell) + ": " + error->message + " (at character " +
                         std::to_string(error->position + 1) + ")");
+    refuseFormulaInHeading({cell.sheet, cell.row, cell.col, cell.row, cell.col});
     const Slot slot = makeCell(cell);
     clearFormula(slot);
     const FormulaId f = formulas.add(slot, formulas.intern(text, cell, false, *this));
@@ -87,6 +93,7 @@ void Book::Impl::setArrayFormula(const Area& block, std::string_view text)
     const ParseResult parsed = parseFormula(text, corner);
     if (const auto* error = std::get_if<ParseError>(&parsed))
         throw BookError(cellText(corner) + ": " + error->message);
+    refuseFormulaInHeading(block);
     for (std::int32_t r = block.row0; r <= block.row1; ++r)
         for (std::int32_t c = block.col0; c <= block.col1; ++c) clearFormula(makeCell({block.sheet, r, c}));
     const FormulaId f =

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 
-#include "sheet/compile/Structured.h"
 #include "sheet/format/Convert.h"
 #include "sheet/formula/Parser.h"
 
@@ -27,6 +26,11 @@ bool namesTable(const Tree& tree, const Node& n, const std::vector<std::string>&
            std::any_of(tables.begin(), tables.end(), [&](const std::string& table) {
                return equalTexts(table, tree.texts[static_cast<std::size_t>(n.text)]);
            });
+}
+
+std::size_t hashWith(const Tree& tree, const SharedCode& shared)
+{
+    return hashOf(tree) ^ (shared.array ? 0x5bd1e995U : 0U) ^ (static_cast<std::size_t>(shared.sheet) << 20);
 }
 
 /// Whether a tree holds names, also called ones.
@@ -96,8 +100,7 @@ CodeId FormulaTable::intern(std::string_view text, const CellAddress& cell, bool
     if (hasNames(tree)) shared->sheet = cell.sheet;
     const bool structured = has(tree, NodeKind::Structured);
     if (structured) bindToTables(tree, cell, scope);
-    shared->hash =
-        hashOf(tree) ^ (array ? 0x5bd1e995U : 0U) ^ (static_cast<std::size_t>(shared->sheet) << 20);
+    shared->hash = hashWith(tree, *shared);
     const auto [first, last] = byHash_.equal_range(shared->hash);
     for (auto at = first; at != last; ++at) {
         const SharedCode& other = *codes_[at->second];
@@ -239,8 +242,7 @@ void FormulaTable::changeTrees(Change change)
         if (!shared.parsable) continue;
         Tree tree = treeOf(shared);
         if (change(tree, shared)) {
-            shared.hash = hashOf(tree) ^ (shared.array ? 0x5bd1e995U : 0U) ^
-                          (static_cast<std::size_t>(shared.sheet) << 20);
+            shared.hash = hashWith(tree, shared);
             shared.tree = std::make_unique<Tree>(std::move(tree));
         }
         byHash_.emplace(shared.hash, id);
@@ -267,6 +269,21 @@ std::vector<bool> FormulaTable::codesNaming(std::string_view sheet,
 void FormulaTable::renameSheet(std::string_view from, std::string_view to)
 {
     changeTrees([&](Tree& tree, SharedCode&) { return renameSheetIn(tree, from, to); });
+}
+
+std::vector<bool> FormulaTable::renameColumns(const RenamedColumns& renamed)
+{
+    std::vector<bool> changed(codes_.size());
+    for (CodeId id = 0; id < codes_.size(); ++id) {
+        SharedCode& shared = *codes_[id];
+        if (!shared.tree || !renameColumnsIn(*shared.tree, renamed)) continue; // kept where there are any
+        changed[id] = true;
+        const auto [first, last] = byHash_.equal_range(shared.hash);
+        byHash_.erase(std::find_if(first, last, [&](const auto& entry) { return entry.second == id; }));
+        shared.hash = hashWith(*shared.tree, shared);
+        byHash_.emplace(shared.hash, id);
+    }
+    return changed;
 }
 
 void FormulaTable::removeSheet(std::string_view name, SheetIndex sheet,

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "sheet/compile/Compiler.h"
+#include "sheet/compile/Structured.h"
 #include "sheet/compile/Typing.h"
 #include "sheet/exec/Code.h"
 #include "sheet/exec/Store.h"
@@ -83,6 +84,8 @@ public:
     std::vector<bool> codesNaming(std::string_view sheet, const std::vector<std::string>& tables) const;
     /// References to a sheet follow its new name.
     void renameSheet(std::string_view from, std::string_view to);
+    /// References to columns of a table follow their new names; whether a code has any, by code.
+    std::vector<bool> renameColumns(const RenamedColumns& renamed);
     /// References to a sheet that goes away, and to its tables, become #REF!; formulas of it are to be
     /// removed before.
     void removeSheet(std::string_view name, SheetIndex sheet, const std::vector<std::string>& tables);

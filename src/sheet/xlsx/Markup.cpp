@@ -198,10 +198,12 @@ Failure storedFailure(Failure f) { return f == Failure::Spill || f == Failure::C
 
 bool isHex(char c) { return lexical::isDigit(c) || (lexical::upper(c) >= 'A' && lexical::upper(c) <= 'F'); }
 
-/// Whether "_xHHHH_" stands here, which would be read as one character.
+/// Whether "_xHHHH_" stands here, which would be read as one character. The last "_" may be that of a
+/// control character's escape.
 bool looksEscaped(std::string_view text)
 {
-    return text.size() >= 7 && (text[1] == 'x' || text[1] == 'X') && text[6] == '_' &&
+    return text.size() >= 7 && (text[1] == 'x' || text[1] == 'X') &&
+           (text[6] == '_' || static_cast<unsigned char>(text[6]) < 0x20) &&
            std::all_of(text.begin() + 2, text.begin() + 6, isHex);
 }
 
@@ -212,9 +214,8 @@ void appendCharacterEscape(std::string& out, char c)
     out.append("_x00").append(1, digits[byte >> 4U]).append(1, digits[byte & 0xFU]).append("_");
 }
 
-} // namespace
-
-void appendEscaped(std::string& out, std::string_view text)
+/// `tab` and `line` are written for these characters.
+void appendEscaped(std::string& out, std::string_view text, std::string_view tab, std::string_view line)
 {
     while (!text.empty()) {
         const std::size_t length = characterLength(text);
@@ -229,8 +230,8 @@ void appendEscaped(std::string& out, std::string_view text)
         case '<': out += "&lt;"; break;
         case '>': out += "&gt;"; break;
         case '"': out += "&quot;"; break;
-        case '\t': out += "&#9;"; break;
-        case '\n': out += "&#10;"; break;
+        case '\t': out += tab; break;
+        case '\n': out += line; break;
         default:
             if (static_cast<unsigned char>(c) < 0x20)
                 appendCharacterEscape(out, c);
@@ -241,6 +242,15 @@ void appendEscaped(std::string& out, std::string_view text)
         }
         text.remove_prefix(1);
     }
+}
+
+} // namespace
+
+void appendEscaped(std::string& out, std::string_view text) { appendEscaped(out, text, "&#9;", "&#10;"); }
+
+void appendColumnName(std::string& out, std::string_view name)
+{
+    appendEscaped(out, name, "_x0009_", "_x000a_");
 }
 
 void appendNumber(std::string& out, double x)

@@ -13,6 +13,10 @@ namespace varnex3::sheet::xlsx {
 /// cannot hold as _xHHHH_, bytes that are no UTF-8 as U+FFFD.
 void appendEscaped(std::string& out, std::string_view text);
 
+/// Appends the name of a column as table parts have it: line feeds and tabs as _xHHHH_, too, because heading
+/// cells are compared with it.
+void appendColumnName(std::string& out, std::string_view name);
+
 /// Appends the shortest digits that read back as the same double.
 void appendNumber(std::string& out, double x);
 

@@ -1,9 +1,11 @@
-// sheet/xlsx/PackageEdits.cpp - sheets come, go and change their names in the parts that list them.
+// sheet/xlsx/PackageEdits.cpp - sheets come, go and change their names in the parts that list them; columns
+// of tables change theirs.
 #include "sheet/xlsx/PackageEdits.h"
 
 #include <algorithm>
 #include <array>
 
+#include "sheet/formula/Parser.h"
 #include "sheet/xlsx/Markup.h"
 #include "sheet/xlsx/Text.h"
 
@@ -229,6 +231,55 @@ void ListEdit::close(int depth, std::string_view raw)
     }
     if (!skipping_) out.append(raw);
     if (depth == 2) skipping_ = false;
+}
+
+void TableEdit::open(const Tag& tag, std::string_view raw)
+{
+    if (tag.depth == 2) inColumns_ = tag.isMain("tableColumns");
+    if (tag.depth == 3 && inColumns_ && tag.isMain("tableColumn")) {
+        const std::size_t at = listed_++;
+        const char* name = tag.attribute("name");
+        if (name && at < columns_.size() && unescaped(name) != columns_[at]) {
+            std::string escaped;
+            appendColumnName(escaped, columns_[at]);
+            out.append(withAttribute(raw, "name", escaped));
+            changed_ = true;
+            return;
+        }
+    }
+    out.append(raw);
+    inFormula_ = tag.depth == 4 && inColumns_ &&
+                 (tag.isMain("calculatedColumnFormula") || tag.isMain("totalsRowFormula"));
+}
+
+void TableEdit::close(int depth, std::string_view raw)
+{
+    if (inFormula_ && depth == 4) closeFormula();
+    out.append(raw);
+}
+
+void TableEdit::text(std::string_view raw, std::string_view value)
+{
+    (inFormula_ ? written_ : out).append(raw);
+    if (inFormula_) formula_.append(value);
+}
+
+void TableEdit::closeFormula()
+{
+    const CellAddress anywhere;
+    ParseResult parsed = parseFormula(unescaped(trimmed(formula_)), anywhere);
+    Tree* tree = std::get_if<Tree>(&parsed);
+    bool follows = false;
+    for (const RenamedColumns& renamed : renamed_)
+        follows = (tree && renameColumnsIn(*tree, renamed)) || follows;
+    if (follows)
+        appendEscaped(out, fileFormula(formulaText(*tree, anywhere)));
+    else
+        out.append(written_);
+    changed_ = changed_ || follows;
+    inFormula_ = false;
+    written_.clear();
+    formula_.clear();
 }
 
 } // namespace varnex3::sheet::xlsx

@@ -1,5 +1,5 @@
 // sheet/xlsx/PackageEdits.h - edits of the parts that list the sheets: workbook, relationships, content
-// types.
+// types; and of tables.
 #pragma once
 
 #include <cstdint>
@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "sheet/compile/Structured.h"
 #include "sheet/xlsx/XmlCopy.h"
 
 namespace varnex3::sheet::xlsx {
@@ -82,6 +83,31 @@ private:
     std::vector<std::string> added_; // without "<", prefix and "/>"
     std::string prefix_, end_;       // end_: of a root that was an empty element
     bool skipping_ = false;
+};
+
+/// A table part with other names for its columns, and formulas that refer to columns by their new names.
+class TableEdit final : public XmlEdit {
+public:
+    /// `columns` has the names of this table's columns, `renamed` what changes in all tables.
+    TableEdit(std::vector<std::string> columns, std::vector<RenamedColumns> renamed)
+        : columns_(std::move(columns)), renamed_(std::move(renamed))
+    {}
+
+    void open(const Tag& tag, std::string_view raw) override;
+    void close(int depth, std::string_view raw) override;
+    void text(std::string_view raw, std::string_view value) override;
+    void other(std::string_view raw) override { (inFormula_ ? written_ : out).append(raw); }
+
+    bool changed() const { return changed_; }
+
+private:
+    void closeFormula();
+
+    std::vector<std::string> columns_;
+    std::vector<RenamedColumns> renamed_;
+    std::string written_, formula_; // the formula that is being read: as written, and what that means
+    std::size_t listed_ = 0;
+    bool inColumns_ = false, inFormula_ = false, changed_ = false;
 };
 
 std::string lowerCase(std::string text);

@@ -349,6 +349,7 @@ public:
         for (SheetIndex i = 0; i < book_.sheetCount(); ++i)
             if (book_.loadedName(i)) writeChanges(i);
         addSheets();
+        renameColumns();
         changes_.names = namesOf();
         if (changed_ || listChanged_ || !changes_.names.empty()) writeLists();
         target_.finish();
@@ -466,9 +467,11 @@ private:
                              [&](const Listed& listed) { return listed.sheet == sheet; });
     }
 
-    /// Puts a part of the source through an edit; the edit as it was at the end of the measuring.
+    /// Puts a part of the source through an edit, unless the edit is then not `wanted`; the edit as it was at
+    /// the end of the measuring.
     std::unique_ptr<EditedPart> edit(const std::string& part,
-                                     std::function<std::unique_ptr<XmlEdit>()> makeEdit)
+                                     std::function<std::unique_ptr<XmlEdit>()> makeEdit,
+                                     const std::function<bool(const XmlEdit&)>& wanted = {})
     {
         const zip_int64_t index = zip_name_locate(reading_.get(), part.c_str(), ZIP_FL_NOCASE);
         const std::string where = source_ + ": part " + part;
@@ -478,7 +481,7 @@ private:
         };
         std::unique_ptr<EditedPart> part1 = make();
         const std::uint64_t size = measured(*part1);
-        target_.put(part, make, size);
+        if (!wanted || wanted(part1->edit())) target_.put(part, make, size);
         return part1;
     }
 
@@ -491,6 +494,40 @@ private:
             return std::make_unique<SheetEdit>(book_, sheet, held, spillEntry_);
         });
         formulasChanged_ = formulasChanged_ || static_cast<const SheetEdit&>(done->edit()).formulasChanged();
+    }
+
+    /// Columns of tables get their new names, also where formulas in table parts refer to them.
+    void renameColumns()
+    {
+        const std::vector<Table> renamedTables = book_.renamedTables();
+        if (renamedTables.empty()) return;
+        std::vector<RenamedColumns> renamed;
+        std::vector<std::pair<std::string, std::vector<std::string>>> parts; // with their columns' names
+        for (const Listed& listed : listed_) {
+            if (listed.sheet < 0) continue;
+            for (const Relationship& r : package_.relationships(listed.part)) {
+                if (r.external || r.type != "table" || !package_.has(r.target)) continue;
+                TablePart known = readTable(package_, r.target);
+                known.table.area.sheet = listed.sheet;
+                const auto now =
+                    std::find_if(renamedTables.begin(), renamedTables.end(), [&](const Table& table) {
+                        return known.sound && table.name == known.table.name &&
+                               table.area == known.table.area;
+                    });
+                if (now != renamedTables.end()) {
+                    RenamedColumns& columns = renamed.emplace_back(RenamedColumns{now->name, {}});
+                    for (std::size_t i = 0; i < now->columns.size(); ++i)
+                        if (known.table.columns[i] != now->columns[i])
+                            columns.names.emplace_back(known.table.columns[i], now->columns[i]);
+                    known.table.columns = now->columns;
+                }
+                parts.emplace_back(r.target, std::move(known.table.columns));
+            }
+        }
+        for (const auto& [name, columns] : parts)
+            edit(
+                name, [names = columns, renamed] { return std::make_unique<TableEdit>(names, renamed); },
+                [](const XmlEdit& done) { return static_cast<const TableEdit&>(done).changed(); });
     }
 
     std::string folder() const { return workbookPart_.substr(0, workbookPart_.rfind('/') + 1); }

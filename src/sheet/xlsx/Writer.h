@@ -2,7 +2,8 @@
 //
 // A book that came from a file is saved as a copy of that file in which only the changed cells, the added
 // sheets and what lists them are written; every other part stays byte for byte as it is. Formulas and
-// defined names follow a sheet that was renamed or removed; charts, pivot tables and links do not.
+// defined names follow a sheet that was renamed or removed, and columns of tables that were given other
+// headings; charts, pivot tables and links do not.
 #pragma once
 
 #include <string>

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <new>
+#include <optional>
 
 #include <expat.h>
 
@@ -24,6 +25,26 @@ std::string upperCase(std::string text)
     return text;
 }
 
+struct RawAttribute {
+    std::string_view name, value; // value with its quotes
+    std::size_t end = 0;          // behind it
+};
+
+/// The next attribute of a start tag from `at`, behind the tag's name.
+std::optional<RawAttribute> nextAttribute(std::string_view markup, std::size_t at)
+{
+    at = markup.find_first_not_of(kBlanks, at);
+    if (at == std::string_view::npos) return std::nullopt;
+    const std::size_t equals = markup.find('=', at);
+    if (equals == std::string_view::npos) return std::nullopt;
+    const std::size_t quote = markup.find_first_of("\"'", equals);
+    if (quote == std::string_view::npos) return std::nullopt;
+    const std::size_t end = markup.find(markup[quote], quote + 1);
+    if (end == std::string_view::npos) return std::nullopt;
+    return RawAttribute{trimmed(markup.substr(at, equals - at)), markup.substr(quote, end + 1 - quote),
+                        end + 1};
+}
+
 } // namespace
 
 RawTag::RawTag(std::string_view markup)
@@ -36,17 +57,22 @@ RawTag::RawTag(std::string_view markup)
     }
     std::size_t at = std::min(markup.find_first_of(kBlanks), markup.size());
     name_ = markup.substr(0, at);
-    while ((at = markup.find_first_not_of(kBlanks, at)) != std::string_view::npos) {
-        const std::size_t equals = markup.find('=', at);
-        if (equals == std::string_view::npos) return;
-        const std::size_t quote = markup.find_first_of("\"'", equals);
-        if (quote == std::string_view::npos) return;
-        const std::size_t end = markup.find(markup[quote], quote + 1);
-        if (end == std::string_view::npos) return;
-        attributes_.emplace_back(trimmed(markup.substr(at, equals - at)),
-                                 markup.substr(quote, end + 1 - quote));
-        at = end + 1;
+    while (const auto attribute = nextAttribute(markup, at)) {
+        attributes_.emplace_back(attribute->name, attribute->value);
+        at = attribute->end;
     }
+}
+
+std::string withAttribute(std::string_view markup, std::string_view attribute, std::string_view value)
+{
+    std::size_t at = std::min(markup.find_first_of(kBlanks), markup.size());
+    while (const auto known = nextAttribute(markup, at)) {
+        at = known->end;
+        if (known->name != attribute) continue;
+        std::string text(markup.substr(0, at - known->value.size()));
+        return text.append("\"").append(value).append("\"").append(markup.substr(at));
+    }
+    return std::string(markup);
 }
 
 std::string RawTag::prefix() const

@@ -44,6 +44,10 @@ private:
     bool empty_ = false;
 };
 
+/// A start tag in which an attribute that it has gets another value; all else stays as it is written.
+/// `value` is written as it stands: escaped already.
+std::string withAttribute(std::string_view markup, std::string_view attribute, std::string_view value);
+
 /// Gets a part piece by piece and fills `out`. Unless overridden, everything is copied.
 class XmlEdit {
 public:

@@ -106,6 +106,20 @@ TEST_F(SavedFiles, FilesWithSpillsAndWithoutTheirTablesOpen)
     }
 }
 
+TEST_F(SavedFiles, FilesWithOtherHeadingsOpen)
+{
+    const auto application = std::make_shared<EmbeddedApplication>();
+    const Ref<host::Workbook> tables = application->open(CORVANE_TEST_DATA "/workbooks/corpus_tables.xlsx");
+    sheet::Book& book = application->book(*tables);
+    book.setContent({0, 0, 1}, "Unit price, [net] (a+b)");
+    book.setContent({0, 0, 3}, "Sum");
+    book.setContent({1, 20, 0}, "=INDEX(Parts[Sum],3)+SUM(Parts[[Unit price, '[net'] (a+b)]])");
+    application->Calculate();
+    EXPECT_EQ(book.value({1, 20, 0}), sheet::Value(160.5));
+    application->save(*tables, (folder_ / "headed.xlsx").string());
+    expectKept("headed.xlsx");
+}
+
 TEST_F(SavedFiles, NewFilesOpen)
 {
     const auto application = std::make_shared<EmbeddedApplication>();

@@ -320,6 +320,106 @@ TEST_F(Writer, TablesStayAsTheyAreUntilTheirSheetGoes)
     EXPECT_EQ(again->content({0, 3, 1}), "=SUM(#REF!)+SUM(Own[Price])");
 }
 
+/// A table Goods of Price, "a" and "b" in two lines, and Total, written in unusual ways; formulas that use
+/// it.
+Parts headedWorkbook()
+{
+    Parts parts = tableWorkbook();
+    const auto part = [&](const std::string& name) -> std::string& {
+        return std::find_if(parts.begin(), parts.end(), [&](const auto& p) { return p.first == name; })
+            ->second;
+    };
+    part("xl/tables/table2.xml") =
+        "<?xml version='1.0'?>\n<g:table xmlns:g=\"" + kMain +
+        "\" id='1'\n displayName=\"Goods\" ref=\"A1:C3\"><g:autoFilter ref=\"A1:C3\"/>"
+        "<g:tableColumns count=\"3\"><!-- kept --><g:tableColumn  id=\"1\"\tname = 'Price' dataDxfId=\"0\" />"
+        "<g:tableColumn id=\"2\" name=\"a_x000a_b\"/><g:tableColumn id=\"3\" name=\"Total\">"
+        "<g:calculatedColumnFormula>Goods[[#This Row],[Price]]*2</g:calculatedColumnFormula>"
+        "</g:tableColumn></g:tableColumns></g:table>";
+    part("xl/worksheets/sheet2.xml") =
+        "<worksheet xmlns=\"" + kMain +
+        R"("><sheetData><row r="1"><c r="A1" t="str"><v>Price</v></c><c r="B1" t="str"><v>a_x000a_b</v></c>)"
+        R"(<c r="C1" t="str"><v>Total</v></c></row><row r="2"><c r="A2"><v>2</v></c><c r="B2"><v>5</v></c>)"
+        R"(<c r="C2"><f>Goods[[#This Row],[Price]]*2</f><v>4</v></c></row><row r="3"><c r="A3"><v>3</v></c>)"
+        R"(<c r="C3"><f>Goods[[#This Row],[Price]]*2</f><v>6</v></c></row></sheetData></worksheet>)";
+    std::string& workbook = part("xl/workbook.xml");
+    workbook.insert(workbook.find("</workbook>"), "<definedNames><definedName name=\"prices\">Goods[Price]"
+                                                  "</definedName></definedNames>");
+    return parts;
+}
+
+TEST_F(Writer, HeadingsNameTheirColumns)
+{
+    const auto book = loadParts(headedWorkbook());
+    book->setContent({0, 5, 1}, "=SUM(Goods[later])");
+    book->setContent({0, 6, 1},
+                     "=SUM(Goods[[#All],[Price]:[Total]])+ROWS(Goods[[#Headers],[#Data],[price]])");
+    book->setContent({0, 7, 1}, "=SUM(prices)");
+    book->calculate();
+    EXPECT_EQ(book->value({0, 5, 1}), Value(Failure::Ref));
+
+    const std::string name = "Net [#'@]\n_x0041_ \"&\" _x0041\n";
+    const std::string inFormula = "[Net '['#'''@']\n_x0041_ \"&\" _x0041\n]";
+    book->setValue({1, 0, 0}, Value(name));
+    book->setValue({1, 0, 1}, Value("Later"));
+    book->setContent({0, 8, 1}, "=SUM(Goods[" + inFormula + "])");
+    book->setContent({0, 9, 1}, "=SUM(Goods[Price])");
+    book->calculate();
+    const auto check = [&](const Book& seen) {
+        EXPECT_EQ(seen.value({1, 0, 0}), Value(name));
+        EXPECT_EQ(seen.content({0, 3, 1}), "=SUM(Goods[" + inFormula + "])+SUM(Own[Price])");
+        EXPECT_EQ(seen.content({1, 1, 2}), "=Goods[[#This Row]," + inFormula + "]*2");
+        EXPECT_EQ(seen.content({0, 6, 1}), "=SUM(Goods[[#All]," + inFormula +
+                                               ":[Total]])+ROWS(Goods[[#Headers],[#Data]," + inFormula +
+                                               "])");
+        const Value wanted[] = {10.0, {}, 5.0, 23.0, 5.0, 5.0, Failure::Ref};
+        for (std::int32_t i = 0; i < 7; ++i) EXPECT_EQ(seen.value({0, 3 + i, 1}), wanted[i]) << i;
+    };
+    check(*book);
+
+    saveWorkbook(*book, path("in.xlsx"), path("out.xlsx"));
+    const auto before = entriesOf(path("in.xlsx"), 0), after = entriesOf(path("out.xlsx"), 0);
+    EXPECT_EQ(after.at("xl/tables/table1.xml"), before.at("xl/tables/table1.xml"));
+    std::string wanted = before.at("xl/tables/table2.xml");
+    const auto replace = [&](const std::string& from, const std::string& to) {
+        wanted.replace(wanted.find(from), from.size(), to);
+    };
+    replace("'Price'", R"("Net [#'@]_x000a__x005F_x0041_ &quot;&amp;&quot; _x005F_x0041_x000a_")");
+    replace("a_x000a_b", "Later");
+    replace("[Price]", "[Net '['#'''@']&#10;_x005F_x0041_ &quot;&amp;&quot; _x005F_x0041&#10;]");
+    EXPECT_EQ(after.at("xl/tables/table2.xml"), wanted);
+
+    const auto again = load(path("out.xlsx"));
+    again->calculateAll();
+    check(*again);
+    again->setValue({1, 1, 1}, 4.0); // no heading
+    saveWorkbook(*again, path("out.xlsx"), path("more.xlsx"));
+    EXPECT_EQ(entriesOf(path("more.xlsx"), 0).at("xl/tables/table2.xml"), wanted);
+}
+
+TEST_F(Writer, HeadingsAreTextsThatNoOtherColumnHas)
+{
+    const auto book = loadParts(headedWorkbook());
+    const CellAddress heading{1, 0, 0};
+    const std::pair<Value, const char*> cases[] = {
+        {2.5, "2.5"},          {true, "TRUE"},     {Value(), "Column1"}, {"total", "total2"},
+        {Failure::NA, "#N/A"}, {"Price", "Price"}, {"PRICE", "PRICE"},   {"A\nb", "A\nb2"}};
+    for (const auto& [written, wanted] : cases) {
+        book->setValue(heading, written);
+        book->calculate();
+        EXPECT_EQ(book->value(heading), Value(wanted));
+        EXPECT_EQ(book->value({1, 1, 2}), Value(4.0)) << wanted;
+    }
+    EXPECT_THROW(book->setContent(heading, "=1"), BookError);
+    EXPECT_THROW(book->setArrayFormula({1, 0, 1, 1, 1}, "={1;2}"), BookError);
+    EXPECT_THROW(book->setValue(heading, Value(std::string(256, 'x'))), BookError);
+    book->setValue({1, 0, 1}, Value());
+    book->setValue({1, 0, 2}, Value());
+    EXPECT_EQ(book->value({1, 0, 2}), Value("Column2"));
+    EXPECT_EQ(book->value(heading), Value("A\nb2"));
+    EXPECT_EQ(book->content({1, 1, 2}), "=Goods[[#This Row],[A\nb2]]*2");
+}
+
 TEST_F(Writer, ChangesCellsWhereTheyStand)
 {
     struct Case {
