@@ -5,135 +5,13 @@
 #include <map>
 #include <unordered_map>
 
-#include "sheet/exec/PackedProgram.h"
+#include "sheet/exec/PackedOps.h"
 
 namespace varnex3::sheet {
 namespace {
 
-/// The bit of operands that are temporaries: results inside a formula.
-constexpr std::uint32_t kTemporary = 0x80000000U;
 constexpr std::size_t kFewestAlike = 4, kMostAlike = 256;
 constexpr std::size_t kTemporaryRoom = 2048; // numbers, so that those of a row stay in the nearest cache
-
-constexpr auto kFirstRow = static_cast<std::uint16_t>(PackedOp::CopyRow);
-constexpr auto kFirstRun = static_cast<std::uint16_t>(PackedOp::SumRun);
-static_assert(static_cast<std::uint16_t>(TypedOp::SumRun) == kFirstRun);
-static_assert(static_cast<std::uint16_t>(TypedOp::Stop) == static_cast<std::uint16_t>(PackedOp::Stop));
-
-std::size_t operandsOf(PackedOp op)
-{
-    switch (op) {
-#define VARNEX3_OPERANDS(name, operands, result)                                                             \
-    case PackedOp::name: return operands;
-        VARNEX3_TYPED_OPERATIONS(VARNEX3_OPERANDS)
-#undef VARNEX3_OPERANDS
-    case PackedOp::LeastRun:
-    case PackedOp::GreatestRun: // of one number
-    case PackedOp::Holds: return 2;
-    case PackedOp::Select: return 3;
-    case PackedOp::JumpIfZero: return 1;
-    default: return 0;
-    }
-}
-
-/// Whether a function or table is named behind the operands.
-bool hasNumber(PackedOp op)
-{
-    return op == PackedOp::One || op == PackedOp::Two || op == PackedOp::Find || op == PackedOp::Pick ||
-           op == PackedOp::Body;
-}
-bool isRun(PackedOp op) { return op >= PackedOp::SumRun && op <= PackedOp::ProductsRun; }
-/// The field with the position of another instruction; 0 for none.
-std::uint32_t* aimOf(PackedInstruction& in)
-{
-    switch (in.op) {
-    case PackedOp::JumpIfZero:
-    case PackedOp::Jump:
-    case PackedOp::Try: return &in.d;
-    case PackedOp::Holds: return &in.c;
-    default: return nullptr;
-    }
-}
-
-std::array<std::uint32_t*, 4> operandFields(PackedInstruction& in) { return {&in.a, &in.b, &in.c, &in.e}; }
-
-/// The operation on rows, when there is one.
-std::optional<PackedOp> rowOf(const PackedInstruction& in)
-{
-    if (in.op == PackedOp::Select) return PackedOp::SelectRow;
-    if (in.op == PackedOp::Holds) return PackedOp::HoldsRow;
-    if (in.op == PackedOp::LeastRun && in.count == 1) return PackedOp::LeastRow;
-    if (in.op == PackedOp::GreatestRun && in.count == 1) return PackedOp::GreatestRow;
-    if (static_cast<std::uint16_t>(in.op) >= kFirstRun) return std::nullopt;
-    return static_cast<PackedOp>(static_cast<std::uint16_t>(in.op) + kFirstRow);
-}
-
-std::size_t mostTemporaries(const std::vector<PackedInstruction>& code)
-{
-    std::uint32_t most = 0;
-    for (const PackedInstruction& in : code)
-        if ((in.d & kTemporary) != 0) most = std::max(most, (in.d & ~kTemporary) + 1);
-    return most;
-}
-
-/// Code with values in place of jumps: what an IF does not take is worked out as well.
-struct Straight {
-    std::vector<PackedInstruction> code;
-    bool chooses = true; // there is nothing to be worked out inside the IFs
-};
-
-/// Nothing where the code is not built of IFs, or where what stops it might be taken for an error.
-/// @param none  a register without a number
-std::optional<Straight> withoutJumps(const std::vector<PackedInstruction>& code, std::uint32_t none)
-{
-    const auto has = [&](PackedOp op) {
-        return std::any_of(code.begin(), code.end(),
-                           [&](const PackedInstruction& in) { return in.op == op; });
-    };
-    if (has(PackedOp::Stop) && has(PackedOp::Holds)) return std::nullopt;
-    struct Branch {
-        std::uint32_t condition = 0, first = 0, end = 0;
-        bool hasFirst = false;
-    };
-    std::vector<Branch> branches;
-    Straight out;
-    for (std::size_t i = 0; i < code.size(); ++i) {
-        const PackedInstruction& in = code[i];
-        if (in.op == PackedOp::JumpIfZero) {
-            branches.push_back({in.a, 0, 0, false});
-        } else if (in.op == PackedOp::Jump) {
-            if (branches.empty() || !branches.back().hasFirst) return std::nullopt;
-            branches.back().end = in.d;
-        } else if (in.op == PackedOp::Copy && i + 1 < code.size() && code[i + 1].op == PackedOp::Jump) {
-            if (branches.empty() || branches.back().hasFirst) return std::nullopt;
-            branches.back().first = in.a;
-            branches.back().hasFirst = true;
-        } else if (in.op == PackedOp::Copy && !branches.empty() && branches.back().end == i + 1) {
-            const Branch& branch = branches.back();
-            out.code.push_back({PackedOp::Select, false, 1, in.d, branch.condition, branch.first, in.a, 0});
-            branches.pop_back();
-        } else if (in.op == PackedOp::Stop) {
-            out.code.push_back({PackedOp::Copy, false, 1, in.d, none, 0, 0, 0});
-            out.chooses = false;
-        } else if (in.op == PackedOp::Try) {
-            out.chooses = false; // what fails must not stop
-        } else {
-            out.code.push_back(in);
-            out.chooses = out.chooses && branches.empty();
-        }
-    }
-    if (!branches.empty()) return std::nullopt;
-    // What an IF gives need not be copied.
-    if (out.code.size() > 1 && out.code.back().op == PackedOp::Copy) {
-        const PackedInstruction last = out.code.back();
-        PackedInstruction& before = out.code[out.code.size() - 2];
-        if (before.op == PackedOp::Select && before.d == last.a) {
-            before.d = last.d;
-            out.code.pop_back();
-        }
-    }
-    return out;
-}
 
 } // namespace
 
@@ -534,7 +412,7 @@ bool PackedMaker::row()
     }
     all.insert(all.end(), rows.begin(), rows.end());
     std::fill_n(program_.starts_.begin() + firstAlike_, count, static_cast<std::uint32_t>(start));
-    temporaryRoom_ = std::max(temporaryRoom_, mostTemporaries(alike_.front()) * count);
+    temporaryRoom_ = std::max(temporaryRoom_, temporariesOf(alike_.front()) * count);
     return true;
 }
 
