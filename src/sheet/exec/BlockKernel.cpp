@@ -105,9 +105,8 @@ void findInLanes(double* d, const double* x, const std::uint32_t* list, const Ty
 
 [[gnu::always_inline]] inline void runLanes(const BlockCode& code, BlockRegisters& registers)
 {
-    const auto& ones = code.ones;
-    const auto& twos = code.twos;
     const auto& tables = *code.tables;
+    const lanes::Callees callees{code.ones, code.twos, tables, code.bodies};
     const std::uint64_t* going = nullptr; // null: all lanes
     std::size_t depth = 0;
     std::size_t branches[kDeepestIf] = {};
@@ -123,44 +122,11 @@ void findInLanes(double* d, const double* x, const std::uint32_t* list, const Ty
         const double* pc = aligned(registers.lanes(in.c));
         const double* pe = aligned(registers.lanes(in.e));
         const std::uint32_t* list = code.lists.data() + in.a; // of a fold
+        if (in.op <= BlockOp::Find) {
+            lanes::operate(static_cast<TypedOp>(in.op), in, callees, d, pa, pb, pc, pe, kLanes);
+            continue;
+        }
         switch (in.op) {
-#define VARNEX3_LANES(name, operands, result)                                                                \
-    case BlockOp::name:                                                                                      \
-        for (std::size_t l = 0; l < kLanes; ++l) {                                                           \
-            [[maybe_unused]] const double x = pa[l], y = pb[l], z = pc[l], w = pe[l];                        \
-            d[l] = result;                                                                                   \
-        }                                                                                                    \
-        break;
-            VARNEX3_PLAIN_OPERATIONS(VARNEX3_LANES)
-#undef VARNEX3_LANES
-
-#define VARNEX3_LANES(name, operands, result)                                                                \
-    case BlockOp::name: lanes::compare(TypedOp::name, d, pa, pb, kLanes); break;
-            VARNEX3_COMPARISONS(VARNEX3_LANES)
-#undef VARNEX3_LANES
-
-#define VARNEX3_LANES(name, operands, result)                                                                \
-    case BlockOp::name:                                                                                      \
-        for (std::size_t l = 0; l < kLanes; ++l) {                                                           \
-            [[maybe_unused]] const double x = pa[l], y = operands > 1 ? pb[l] : 0.0,                         \
-                                          z = operands > 2 ? pc[l] : 0.0;                                    \
-            d[l] = isFinite(x) && isFinite(y) && isFinite(z) ? result : kNoNumber;                           \
-        }                                                                                                    \
-        break;
-            VARNEX3_GUARDED_OPERATIONS(VARNEX3_LANES)
-#undef VARNEX3_LANES
-
-        case BlockOp::Find: lanes::find(d, pa, kLanes, tables[in.b]); break;
-        case BlockOp::Pick:
-            for (std::size_t l = 0; l < kLanes; ++l)
-                d[l] = isFinite(pa[l]) && isFinite(pb[l]) ? tables[in.c].pick(pa[l], pb[l]) : kNoNumber;
-            break;
-        case BlockOp::Body:
-            for (std::size_t l = 0; l < kLanes; ++l)
-                d[l] = isFinite(pa[l]) && isFinite(pb[l]) && isFinite(pc[l])
-                           ? code.bodies[in.e](pa[l], pb[l], pc[l])
-                           : kNoNumber;
-            break;
         case BlockOp::SumList:
             foldLanes(d, pb, list, in.c, registers, [](double s, double x) { return s + x; });
             break;
@@ -229,13 +195,9 @@ void findInLanes(double* d, const double* x, const std::uint32_t* list, const Ty
                 d[l] = there ? registers.lanes(code.lists[in.c + k])[l] : kNoNumber;
             }
             break;
-        case BlockOp::Holds:
-            for (std::size_t l = 0; l < kLanes; ++l) {
-                const double none = isFinite(pb[l]) ? 0.0 : kNoNumber;
-                d[l] = isFinite(pa[l]) ? 1.0 : none;
-            }
-            break;
+        case BlockOp::Holds: lanes::holds(d, pa, pb, kLanes); break;
         case BlockOp::Formula: registers.formulas->run(in.a, code.sources[in.a], registers, d); break;
+        default: break;
         }
     }
 }

@@ -127,7 +127,7 @@ bool BlockMaker::isUnsure(const BlockCode& code, const BlockInstruction& in) con
     bool unsure = in.op == BlockOp::Given || in.op == BlockOp::AddChosen || in.op == BlockOp::PresentList ||
                   in.op == BlockOp::Formula;
     auto table = TypedInstruction{static_cast<TypedOp>(in.op), 0, 0, in.b, in.c, 0}.table();
-    if (in.op > BlockOp::Pick) table = std::nullopt;
+    if (in.op > BlockOp::Find) table = std::nullopt;
     if (in.op == BlockOp::FindList || in.op == BlockOp::PickList) table = in.e;
     if (table)
         for (const auto& [slot, kind] : typed_.tables[*table].cells) unsure = unsure || kind != Kind::Number;

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <span>
 
 #include "sheet/exec/Operators.h"
 #include "sheet/exec/TypedProgram.h"
@@ -107,6 +108,62 @@ template <class Plain, class Careful>
     }
     if (!plain)
         for (std::size_t l = 0; l < count; ++l) d[l] = isFinite(x[l]) ? table.find(x[l]) : kNoNumber;
+}
+
+/// 1 where x is a number, 0 where it is none; none where `sure` is none.
+[[gnu::always_inline]] inline void holds(double* __restrict d, const double* x, const double* sure,
+                                         std::size_t count)
+{
+    for (std::size_t l = 0; l < count; ++l) {
+        const double none = isFinite(sure[l]) ? 0.0 : kNoNumber;
+        d[l] = isFinite(x[l]) ? 1.0 : none;
+    }
+}
+
+/// The functions and tables that instructions name.
+struct Callees {
+    std::span<double (*const)(double)> ones;
+    std::span<double (*const)(double, double)> twos;
+    std::span<const TypedTable> tables;
+    std::span<const TypedBody> bodies;
+};
+
+/// One of VARNEX3_TYPED_OPERATIONS.
+/// @param in  names the callee, in the field behind the operands
+template <class Instruction>
+[[gnu::always_inline]] inline void operate(TypedOp op, const Instruction& in, const Callees& callees,
+                                           double* __restrict d, const double* pa, const double* pb,
+                                           const double* pc, const double* pe, std::size_t count)
+{
+    const auto& [ones, twos, tables, bodies] = callees;
+    switch (op) {
+#define VARNEX3_LANES(name, operands, result)                                                                \
+    case TypedOp::name:                                                                                      \
+        for (std::size_t l = 0; l < count; ++l) {                                                            \
+            [[maybe_unused]] const double x = pa[l], y = operands > 1 ? pb[l] : 0.0,                         \
+                                          z = operands > 2 ? pc[l] : 0.0, w = operands > 3 ? pe[l] : 0.0;    \
+            d[l] = result;                                                                                   \
+        }                                                                                                    \
+        break;
+        VARNEX3_PLAIN_OPERATIONS(VARNEX3_LANES)
+#undef VARNEX3_LANES
+#define VARNEX3_LANES(name, operands, result)                                                                \
+    case TypedOp::name: compare(TypedOp::name, d, pa, pb, count); break;
+        VARNEX3_COMPARISONS(VARNEX3_LANES)
+#undef VARNEX3_LANES
+#define VARNEX3_LANES(name, operands, result)                                                                \
+    case TypedOp::name:                                                                                      \
+        for (std::size_t l = 0; l < count; ++l) {                                                            \
+            [[maybe_unused]] const double x = pa[l], y = operands > 1 ? pb[l] : 0.0,                         \
+                                          z = operands > 2 ? pc[l] : 0.0;                                    \
+            d[l] = isFinite(x) && isFinite(y) && isFinite(z) ? result : kNoNumber;                           \
+        }                                                                                                    \
+        break;
+        VARNEX3_GUARDED_OPERATIONS(VARNEX3_LANES)
+#undef VARNEX3_LANES
+    case TypedOp::Find: find(d, pa, count, tables[in.b]); break;
+    default: break;
+    }
 }
 
 } // namespace varnex3::sheet::lanes

@@ -20,46 +20,14 @@ using lanes::kNoNumber;
     const double* const pc = registers + in.c;
     const double* const pe = registers + in.e;
     const std::size_t count = in.count;
-    const auto& ones = code.ones;
-    const auto& twos = code.twos;
-    const auto& tables = code.tables;
+    if (in.op <= PackedOp::FindRow) {
+        const auto op =
+            static_cast<TypedOp>(static_cast<unsigned>(in.op) - static_cast<unsigned>(PackedOp::CopyRow));
+        const lanes::Callees callees{code.ones, code.twos, code.tables, code.bodies};
+        lanes::operate(op, in, callees, d, pa, pb, pc, pe, count);
+        return !in.isResult || lanes::allFinite(d, count);
+    }
     switch (in.op) {
-#define VARNEX3_ROW(name, operands, result)                                                                  \
-    case PackedOp::name##Row:                                                                                \
-        for (std::size_t l = 0; l < count; ++l) {                                                            \
-            [[maybe_unused]] const double x = pa[l], y = operands > 1 ? pb[l] : 0.0,                         \
-                                          z = operands > 2 ? pc[l] : 0.0, w = operands > 3 ? pe[l] : 0.0;    \
-            d[l] = result;                                                                                   \
-        }                                                                                                    \
-        break;
-        VARNEX3_PLAIN_OPERATIONS(VARNEX3_ROW)
-#undef VARNEX3_ROW
-#define VARNEX3_ROW(name, operands, result)                                                                  \
-    case PackedOp::name##Row: lanes::compare(TypedOp::name, d, pa, pb, count); break;
-        VARNEX3_COMPARISONS(VARNEX3_ROW)
-#undef VARNEX3_ROW
-#define VARNEX3_ROW(name, operands, result)                                                                  \
-    case PackedOp::name##Row:                                                                                \
-        for (std::size_t l = 0; l < count; ++l) {                                                            \
-            [[maybe_unused]] const double x = pa[l], y = operands > 1 ? pb[l] : 0.0,                         \
-                                          z = operands > 2 ? pc[l] : 0.0;                                    \
-            d[l] = isFinite(x) && isFinite(y) && isFinite(z) ? result : kNoNumber;                           \
-        }                                                                                                    \
-        break;
-        VARNEX3_GUARDED_OPERATIONS(VARNEX3_ROW)
-#undef VARNEX3_ROW
-
-    case PackedOp::FindRow: lanes::find(d, pa, count, tables[in.b]); break;
-    case PackedOp::PickRow:
-        for (std::size_t l = 0; l < count; ++l)
-            d[l] = isFinite(pa[l]) && isFinite(pb[l]) ? tables[in.c].pick(pa[l], pb[l]) : kNoNumber;
-        break;
-    case PackedOp::BodyRow:
-        for (std::size_t l = 0; l < count; ++l)
-            d[l] = isFinite(pa[l]) && isFinite(pb[l]) && isFinite(pc[l])
-                       ? code.bodies[in.e](pa[l], pb[l], pc[l])
-                       : kNoNumber;
-        break;
     case PackedOp::LeastRow:
         for (std::size_t l = 0; l < count; ++l)
             d[l] = isFinite(pa[l]) ? (pa[l] < pb[l] ? pa[l] : pb[l]) : kNoNumber;
@@ -68,12 +36,7 @@ using lanes::kNoNumber;
         for (std::size_t l = 0; l < count; ++l)
             d[l] = isFinite(pa[l]) ? (pa[l] > pb[l] ? pa[l] : pb[l]) : kNoNumber;
         break;
-    case PackedOp::HoldsRow:
-        for (std::size_t l = 0; l < count; ++l) {
-            const double none = isFinite(pb[l]) ? 0.0 : kNoNumber;
-            d[l] = isFinite(pa[l]) ? 1.0 : none;
-        }
-        break;
+    case PackedOp::HoldsRow: lanes::holds(d, pa, pb, count); break;
     case PackedOp::SelectRow:
         for (std::size_t l = 0; l < count; ++l) {
             const double taken = pa[l] != 0.0 ? pb[l] : pc[l];

@@ -62,15 +62,13 @@ namespace varnex3::sheet {
     OPERATION(Given, 2, x)                                                                                   \
     OPERATION(Power, 2, x == 0.0 && y < 0.0 ? HUGE_VAL : power(x, y))                                        \
     OPERATION(One, 1, ones[in.b](x))                                                                         \
-    OPERATION(Two, 2, twos[in.c](x, y))
-#define VARNEX3_LOOKUPS(OPERATION)                                                                           \
-    OPERATION(Find, 1, tables[in.b].find(x))                                                                 \
-    OPERATION(Pick, 2, tables[in.c].pick(x, y))
-#define VARNEX3_CALLS(OPERATION) OPERATION(Body, 3, bodies[in.e](x, y, z))
+    OPERATION(Two, 2, twos[in.c](x, y))                                                                      \
+    OPERATION(Pick, 2, tables[in.c].pick(x, y))                                                              \
+    OPERATION(Body, 3, bodies[in.e](x, y, z))
+#define VARNEX3_SEARCHES(OPERATION) OPERATION(Find, 1, tables[in.b].find(x))
 #define VARNEX3_TYPED_OPERATIONS(OPERATION)                                                                  \
     VARNEX3_PLAIN_OPERATIONS(OPERATION)                                                                      \
-    VARNEX3_COMPARISONS(OPERATION)                                                                           \
-    VARNEX3_GUARDED_OPERATIONS(OPERATION) VARNEX3_LOOKUPS(OPERATION) VARNEX3_CALLS(OPERATION)
+    VARNEX3_COMPARISONS(OPERATION) VARNEX3_GUARDED_OPERATIONS(OPERATION) VARNEX3_SEARCHES(OPERATION)
 
 /// The operands a, b, c and e are x, y, z and w, and d takes the result.
 enum class TypedOp : std::uint16_t {
